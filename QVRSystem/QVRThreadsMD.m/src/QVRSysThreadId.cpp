@@ -1,0 +1,34 @@
+#include "QVRSysThreadId.h"
+
+#include <ostream>
+#include <string>
+
+#include "QVRSystem/internal/QVRAtomic.h"
+#include "QVRSystem/internal/QVRThreadState.h"
+#include "QVRSystem/platform/QVRPlatformThread.h"
+
+QVRSysThreadId::QVRSysThreadId(const unsigned long& nativeThreadId) noexcept
+    : id_(static_cast<std::uint32_t>(nativeThreadId)), valid_(true) {}
+
+bool QVRSysThreadId::operator==(const QVRSysThreadId& other) const noexcept {
+  return valid_ && other.valid_ && id_ == other.id_;
+}
+
+std::ostream& operator<<(std::ostream& out, const QVRSysThreadId& id) {
+  // As text: the stream's base and grouping do not apply to an identifier.
+  return out << std::to_string(id.hash());
+}
+
+QVRSysThreadId QVRSysGetThreadId() noexcept {
+  return {static_cast<unsigned long>(qvr::internal::currentThreadId())};
+}
+
+void QVRSysThreadSleep(unsigned long milliseconds) noexcept {
+  if (milliseconds == 0) {
+    qvr::internal::yield();
+  } else {
+    qvr::platform::sleepFor(milliseconds);
+  }
+}
+
+void QVRSysThreadYield() noexcept { QVRSysThreadSleep(0); }

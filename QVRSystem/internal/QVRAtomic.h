@@ -1,0 +1,35 @@
+// The one place from which the library takes its atomics, its waiting and waking
+// and its yielding.
+//
+// Sources that go through here can be compiled against a scheduler that takes
+// the place of these names and explores interleavings; in the library they are
+// the plain operations.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include "QVRSystem/platform/QVRPlatformThread.h"
+
+namespace qvr::internal {
+
+template <class T>
+using Atomic = std::atomic<T>;
+
+/// Atomic access to a plain field: for classes whose public header shows it, or
+/// whose storage must be usable before construction.
+template <class T>
+using AtomicRef = std::atomic_ref<T>;
+
+/// Sleeps while `word` holds `expected`; may return for no reason.
+inline void waitWhile(std::uint32_t& word, std::uint32_t expected) noexcept {
+  // A failure means that the word changed or a signal came: the caller looks again.
+  platform::waitWhile(word, expected);
+}
+
+/// Wakes one thread that sleeps on `word`, if there is one.
+inline void wakeOne(std::uint32_t* word) noexcept { platform::wake(word, 1); }
+
+inline void yield() noexcept { platform::yield(); }
+
+}  // namespace qvr::internal

@@ -1,0 +1,37 @@
+// What the library keeps per thread.
+#pragma once
+
+#include <cstdint>
+
+namespace qvr::internal {
+
+struct ThreadState {
+  std::uint32_t id = 0;             // the kernel's; 0 until first asked for
+  std::uint32_t shortSections = 0;  // how many the thread is inside
+};
+
+// Initial-exec: one instruction to reach, and safe to read in a signal handler.
+extern constinit thread_local ThreadState threadState __attribute__((tls_model("initial-exec")));
+
+/// Asks the kernel and keeps the answer.
+std::uint32_t refreshThreadId() noexcept;
+
+/// The kernel's identifier of the calling thread; never 0, right again in the
+/// child of a fork.
+inline std::uint32_t currentThreadId() noexcept {
+  const std::uint32_t id = threadState.id;
+  return id != 0 ? id : refreshThreadId();
+}
+
+/// Marks a short critical section of the library for its scope: whoever would
+/// suspend or end the thread lets it out first. No caller's code runs inside.
+class ShortSection {
+ public:
+  ShortSection() noexcept { ++threadState.shortSections; }
+  ~ShortSection() { --threadState.shortSections; }
+
+  ShortSection(const ShortSection&) = delete;
+  ShortSection& operator=(const ShortSection&) = delete;
+};
+
+}  // namespace qvr::internal

@@ -1,0 +1,36 @@
+// Threads and waiting, as the system offers them.
+//
+// Every function returns 0 or the system's error number and throws nothing.
+#pragma once
+
+#include <cstdint>
+
+#include "QVRSystem/platform/QVRPlatformNamespace.h"
+
+namespace qvr::QVR_PLATFORM {
+
+/// The kernel's identifier of the calling thread; never 0.
+int threadId(std::uint32_t& id) noexcept;
+
+/// The identifier of the calling process.
+int processId(std::uint32_t& id) noexcept;
+
+/// Returns once the time is over, however many signals arrive meanwhile. Times
+/// past the clock's range last as long as the clock can count.
+int sleepFor(std::uint64_t milliseconds) noexcept;
+
+/// Gives up the rest of the time slice.
+int yield() noexcept;
+
+/// Sleeps while `word` holds `expected`, until woken. May return for no reason;
+/// EAGAIN says that the word held something else.
+int waitWhile(std::uint32_t& word, std::uint32_t expected) noexcept;
+
+/// Wakes up to `count` threads that sleep on `word`, which need not exist any more.
+int wake(std::uint32_t* word, int count) noexcept;
+
+/// Has the three called around every fork from now on: `prepare` before it,
+/// `parent` and `child` behind it in the respective process.
+int atFork(void (*prepare)(), void (*parent)(), void (*child)()) noexcept;
+
+}  // namespace qvr::QVR_PLATFORM

@@ -1,0 +1,1 @@
+#include "QVRSystem/platform/QVRPlatformDirectory.h"

@@ -1,0 +1,4 @@
+// Marks what the ZELKernel library exports.
+#pragma once
+
+#define ZELKERNEL_API __attribute__((visibility("default")))

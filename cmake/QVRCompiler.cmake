@@ -1,0 +1,44 @@
+# What every target of this project is compiled and linked with.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+find_package(Threads REQUIRED)
+
+add_library(QVRWarnings INTERFACE)
+target_compile_options(QVRWarnings INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+
+# Lock annotations are checked where the library itself is compiled, not in tests.
+add_library(QVRThreadSafety INTERFACE)
+target_compile_options(QVRThreadSafety INTERFACE
+  $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety;-Werror=thread-safety>)
+
+if(QVR_SANITIZE)
+  add_compile_options(-fsanitize=${QVR_SANITIZE} -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${QVR_SANITIZE})
+  if(QVR_SANITIZE MATCHES "undefined")
+    # vptr: the fast mutex is used before its construction.
+    add_compile_options(-fno-sanitize=vptr -fno-sanitize-recover=all)
+  endif()
+endif()
+
+# Shared libraries resolve every symbol when they are linked; clang leaves the
+# sanitizers' own to the program.
+function(qvr_resolve_all_symbols target)
+  if(NOT (QVR_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang"))
+    target_link_options(${target} PRIVATE LINKER:--no-undefined)
+  endif()
+endfunction()
+
+# A shared library of this project: `target` from FOLDER/src with FOLDER/include.
+function(qvr_shared_library target)
+  set_target_properties(${target} PROPERTIES
+    VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} EXPORT_NAME ${target})
+  target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:QVRWarnings>)
+  qvr_resolve_all_symbols(${target})
+  add_library(QVRSystem::${target} ALIAS ${target})
+endfunction()

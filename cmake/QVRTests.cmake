@@ -1,0 +1,30 @@
+# Two programs for the tests of one module: NAMETests links the library's sources
+# with the platform's double beneath them; NAMESharedTests links the shared
+# libraries, with the tests that replace nothing.
+#
+#   qvr_add_tests(NAME SOURCES <both programs> SEAM_SOURCES <NAMETests only>
+#                 LIBRARIES <what else they link>)
+function(qvr_add_tests name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;SEAM_SOURCES;LIBRARIES")
+
+  add_executable(${name}Tests ${arg_SOURCES} ${arg_SEAM_SOURCES}
+    $<TARGET_OBJECTS:QVRSystemObjects> $<TARGET_OBJECTS:QVRSystemRealPlatform>
+    $<TARGET_OBJECTS:QVRPlatformDouble>)
+  target_include_directories(${name}Tests PRIVATE
+    ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/QVRSystem/include)
+  target_link_libraries(${name}Tests PRIVATE QVRTestSupport QVRBuild ZELKernel Threads::Threads
+    QVRWarnings ${arg_LIBRARIES} GTest::gtest_main)
+  qvr_discover_tests(${name}Tests "")
+
+  if(arg_SOURCES)
+    add_executable(${name}SharedTests ${arg_SOURCES})
+    target_link_libraries(${name}SharedTests PRIVATE QVRTestSupport QVRSystem Threads::Threads
+      QVRWarnings ${arg_LIBRARIES} GTest::gtest_main)
+    qvr_discover_tests(${name}SharedTests "Shared.")
+  endif()
+endfunction()
+
+function(qvr_discover_tests target prefix)
+  gtest_discover_tests(${target} TEST_PREFIX "${prefix}" DISCOVERY_TIMEOUT 120
+    PROPERTIES TIMEOUT 600 ENVIRONMENT "${QVR_TEST_ENVIRONMENT}")
+endfunction()

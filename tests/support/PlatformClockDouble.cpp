@@ -1,0 +1,3 @@
+#include "QVRSystem/platform/QVRPlatformClock.h"
+
+#include "support/PlatformForward.h"

@@ -1,0 +1,3 @@
+#include "QVRSystem/platform/QVRPlatformDirectory.h"
+
+#include "support/PlatformForward.h"

@@ -1,0 +1,3 @@
+#include "QVRSystem/platform/QVRPlatformFile.h"
+
+#include "support/PlatformForward.h"

@@ -1,0 +1,3 @@
+#include "QVRSystem/platform/QVRPlatformLocale.h"
+
+#include "support/PlatformForward.h"

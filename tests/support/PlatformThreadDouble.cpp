@@ -1,0 +1,33 @@
+#include "QVRSystem/platform/QVRPlatformThread.h"
+#include "support/PlatformForward.h"
+
+QVR_REAL_FUNCTION(threadId)
+QVR_REAL_FUNCTION(processId)
+QVR_REAL_FUNCTION(sleepFor)
+QVR_REAL_FUNCTION(yield)
+QVR_REAL_FUNCTION(waitWhile)
+QVR_REAL_FUNCTION(wake)
+QVR_REAL_FUNCTION(atFork)
+
+namespace qvr::platform {
+
+using platform_double::forward;
+
+// Lock words and identifiers go straight to the system: the plan itself is
+// guarded by a lock, and the library has no failure of these to handle.
+int threadId(std::uint32_t& id) noexcept { return posix::threadId(id); }
+int waitWhile(std::uint32_t& word, std::uint32_t expected) noexcept {
+  return posix::waitWhile(word, expected);
+}
+int wake(std::uint32_t* word, int count) noexcept { return posix::wake(word, count); }
+
+int processId(std::uint32_t& id) noexcept { return forward("processId", &posix::processId, id); }
+int sleepFor(std::uint64_t milliseconds) noexcept {
+  return forward("sleepFor", &posix::sleepFor, milliseconds);
+}
+int yield() noexcept { return forward("yield", &posix::yield); }
+int atFork(void (*prepare)(), void (*parent)(), void (*child)()) noexcept {
+  return forward("atFork", &posix::atFork, prepare, parent, child);
+}
+
+}  // namespace qvr::platform
