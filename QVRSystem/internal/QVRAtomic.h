@@ -21,6 +21,9 @@ using Atomic = std::atomic<T>;
 template <class T>
 using AtomicRef = std::atomic_ref<T>;
 
+/// The same for the word on which threads can wait.
+using AtomicWord = AtomicRef<std::uint32_t>;
+
 /// Sleeps while `word` holds `expected`; may return for no reason.
 inline void waitWhile(std::uint32_t& word, std::uint32_t expected) noexcept {
   // A failure means that the word changed or a signal came: the caller looks again.

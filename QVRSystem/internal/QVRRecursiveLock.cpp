@@ -14,7 +14,7 @@ std::uint32_t holderOf(std::uint32_t word) { return word & ~kContended; }
 
 // Takes a free lock. Acquire pairs with the exchange in release(): what the last
 // holder wrote is visible from here on.
-bool takeFree(AtomicRef<std::uint32_t> word, std::uint32_t value) {
+bool takeFree(AtomicWord word, std::uint32_t value) {
   std::uint32_t expected = kFree;
   return word.compare_exchange_strong(expected, value, std::memory_order_acquire,
                                       std::memory_order_relaxed);
@@ -24,13 +24,13 @@ bool takeFree(AtomicRef<std::uint32_t> word, std::uint32_t value) {
 
 void RecursiveLock::acquire() noexcept {
   const std::uint32_t self = currentThreadId();
-  if (takeFree(AtomicRef(word_), self)) return;
+  if (takeFree(AtomicWord(word_), self)) return;
   acquireSlowly(self);
 }
 
 bool RecursiveLock::tryAcquire() noexcept {
   const std::uint32_t self = currentThreadId();
-  const AtomicRef word(word_);
+  const AtomicWord word(word_);
   if (takeFree(word, self)) return true;
   if (holderOf(word.load(std::memory_order_relaxed)) != self) return false;
   ++depth_;
@@ -38,7 +38,7 @@ bool RecursiveLock::tryAcquire() noexcept {
 }
 
 void RecursiveLock::acquireSlowly(std::uint32_t self) noexcept {
-  const AtomicRef word(word_);
+  const AtomicWord word(word_);
   // Only this thread writes its own identifier here, so no order is needed.
   std::uint32_t seen = word.load(std::memory_order_relaxed);
   if (holderOf(seen) == self) {
@@ -59,7 +59,7 @@ void RecursiveLock::acquireSlowly(std::uint32_t self) noexcept {
 }
 
 bool RecursiveLock::release() noexcept {
-  const AtomicRef word(word_);
+  const AtomicWord word(word_);
   if (holderOf(word.load(std::memory_order_relaxed)) != currentThreadId()) return false;
   if (depth_ != 0) {
     --depth_;
@@ -75,12 +75,12 @@ bool RecursiveLock::release() noexcept {
 void RecursiveLock::reset() noexcept {
   // Atomic stores, which stay where they are also in a destructor whose object
   // nobody seems to look at afterwards.
-  AtomicRef(depth_).store(0, std::memory_order_relaxed);
-  AtomicRef(word_).store(kFree, std::memory_order_release);
+  AtomicWord(depth_).store(0, std::memory_order_relaxed);
+  AtomicWord(word_).store(kFree, std::memory_order_release);
 }
 
 void RecursiveLock::restamp(std::uint32_t from, std::uint32_t to) noexcept {
-  const AtomicRef word(word_);
+  const AtomicWord word(word_);
   const std::uint32_t seen = word.load(std::memory_order_relaxed);
   if (holderOf(seen) == from) word.store(to | (seen & kContended), std::memory_order_relaxed);
 }

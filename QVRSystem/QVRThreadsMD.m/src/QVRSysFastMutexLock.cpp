@@ -5,7 +5,7 @@
 
 namespace {
 
-using qvr::internal::AtomicRef;
+using qvr::internal::AtomicWord;
 using qvr::internal::RecursiveLock;
 
 constexpr std::uint32_t kNotInitialised = 0;
@@ -20,9 +20,9 @@ QVRSysFastMutexLock::QVRSysFastMutexLock(QVRStaticObject) noexcept { start(); }
 QVRSysFastMutexLock::~QVRSysFastMutexLock() { QVRSysFastMutexLock::finalize(); }
 
 void QVRSysFastMutexLock::start() noexcept {
-  AtomicRef(state_).store(kNotInitialised, std::memory_order_relaxed);
+  AtomicWord(state_).store(kNotInitialised, std::memory_order_relaxed);
   RecursiveLock(native_).reset();
-  AtomicRef(state_).store(kInitialised, std::memory_order_release);
+  AtomicWord(state_).store(kInitialised, std::memory_order_release);
 }
 
 void QVRSysFastMutexLock::acquire() noexcept {
@@ -42,7 +42,7 @@ bool QVRSysFastMutexLock::tryAcquireNative() noexcept {
 void* QVRSysFastMutexLock::getNativeLock() const noexcept { return &native_; }
 
 void QVRSysFastMutexLock::initialize() noexcept {
-  const AtomicRef state(state_);
+  const AtomicWord state(state_);
   const std::uint32_t seen = state.load(std::memory_order_relaxed);
   if (seen == kInitialised) [[likely]]
     return;
@@ -53,7 +53,7 @@ void QVRSysFastMutexLock::initialize() noexcept {
 }
 
 void QVRSysFastMutexLock::finalize() noexcept {
-  const AtomicRef state(state_);
+  const AtomicWord state(state_);
   if (state.load(std::memory_order_relaxed) == kNotInitialised) return;
   state.store(kNotInitialised, std::memory_order_relaxed);
   RecursiveLock(native_).reset();
