@@ -1,6 +1,7 @@
 // Every public header of the library.
 #pragma once
 
+#include "QVROSPath.h"
 #include "QVRSysFastMutexLock.h"
 #include "QVRSysITimedMutexLock.h"
 #include "QVRSysThreadId.h"
