@@ -1,6 +1,7 @@
 // Texts with numbered placeholders and typed arguments.
 #pragma once
 
+#include <cstddef>
 #include <iosfwd>
 #include <memory>
 #include <string>
@@ -70,8 +71,7 @@ class QVRSYSTEM_API QVRMessage : public QVRMsgData {
   using Arguments = std::vector<std::unique_ptr<QVRMsgData>>;
 
   static Arguments copyOf(const Arguments& arguments);
-  void spendSettingsOn(QVRMsgData& argument);
-  std::size_t scribePlaceholder(std::size_t position, const QVRLocale& locale,
+  std::size_t scribePlaceholder(std::size_t start, const QVRLocale& locale,
                                 std::u16string& text) const;
 
   std::u16string format_;

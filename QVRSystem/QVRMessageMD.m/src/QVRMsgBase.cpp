@@ -1,0 +1,3 @@
+#include "QVRMsgBase.h"
+
+QVRMsgBase::~QVRMsgBase() = default;
