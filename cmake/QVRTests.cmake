@@ -7,9 +7,8 @@
 function(qvr_add_tests name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;SEAM_SOURCES;LIBRARIES")
 
-  add_executable(${name}Tests ${arg_SOURCES} ${arg_SEAM_SOURCES}
-    $<TARGET_OBJECTS:QVRSystemObjects> $<TARGET_OBJECTS:QVRSystemRealPlatform>
-    $<TARGET_OBJECTS:QVRPlatformDouble>)
+  add_executable(${name}Tests ${arg_SEAM_SOURCES} $<TARGET_OBJECTS:QVRSystemObjects>
+    $<TARGET_OBJECTS:QVRSystemRealPlatform> $<TARGET_OBJECTS:QVRPlatformDouble>)
   target_include_directories(${name}Tests PRIVATE
     ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/QVRSystem/include)
   target_link_libraries(${name}Tests PRIVATE QVRTestSupport QVRBuild ZELKernel Threads::Threads
@@ -17,9 +16,15 @@ function(qvr_add_tests name)
   qvr_discover_tests(${name}Tests "")
 
   if(arg_SOURCES)
-    add_executable(${name}SharedTests ${arg_SOURCES})
-    target_link_libraries(${name}SharedTests PRIVATE QVRTestSupport QVRSystem Threads::Threads
-      QVRWarnings ${arg_LIBRARIES} GTest::gtest_main)
+    # Compiled once for both programs, and so with public headers only.
+    add_library(${name}TestSources OBJECT ${arg_SOURCES})
+    target_include_directories(${name}TestSources PRIVATE ${PROJECT_SOURCE_DIR}/QVRSystem/include)
+    target_link_libraries(${name}TestSources PUBLIC QVRTestSupport Threads::Threads QVRWarnings
+      ${arg_LIBRARIES} GTest::gtest_main)
+    target_link_libraries(${name}Tests PRIVATE ${name}TestSources)
+
+    add_executable(${name}SharedTests)
+    target_link_libraries(${name}SharedTests PRIVATE ${name}TestSources QVRSystem)
     qvr_discover_tests(${name}SharedTests "Shared.")
   endif()
 endfunction()
