@@ -35,10 +35,14 @@ function(qvr_resolve_all_symbols target)
 endfunction()
 
 # A shared library of this project: `target` from FOLDER/src with FOLDER/include.
+# The three are installed beside each other and find each other there.
 function(qvr_shared_library target)
   set_target_properties(${target} PROPERTIES
-    VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} EXPORT_NAME ${target})
+    VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} EXPORT_NAME ${target}
+    INSTALL_RPATH "$ORIGIN" LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/exports.map)
   target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:QVRWarnings>)
+  target_link_options(${target} PRIVATE
+    LINKER:--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map)
   qvr_resolve_all_symbols(${target})
   add_library(QVRSystem::${target} ALIAS ${target})
 endfunction()
