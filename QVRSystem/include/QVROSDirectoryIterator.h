@@ -13,16 +13,20 @@
 /// order within a directory is the system's. "." and ".." are yielded like any
 /// other entry and never entered; so are hidden entries.
 ///
-/// | state           | reached by                          | reads as   | advancing                                      |
-/// |-----------------|-------------------------------------|------------|------------------------------------------------|
-/// | not initialised | a constructor without a path        | empty path | "Trying to advance uninitialized iterator" (`FLAT`), "Trying to advance uninitalized iterator" (`RECURSIVE`) |
-/// | current         | a constructor with a path, advance  | its entry  | the next entry, or the end                     |
-/// | at end          | advancing past the last, setToEnd() | empty path | `false`, and nothing changes                   |
-/// | nothing open    | an assignment that failed           | empty path | "No valid directory pointer"                   |
+/// | state           | reached by                   | reads as   | advancing             |
+/// |-----------------|------------------------------|------------|-----------------------|
+/// | not initialised | constructors without a path  | empty path | throws (see below)    |
+/// | current         | constructor with a path      | its entry  | next entry, or at end |
+/// | at end          | last advance, setToEnd()     | empty path | false                 |
+/// | nothing open    | an assignment that failed    | empty path | throws (see below)    |
+///
+/// All failures are QVREOpenFailed or a lack of memory. Advancing what is not
+/// initialised says "Trying to advance uninitialized iterator" in a FLAT walk and
+/// "Trying to advance uninitalized iterator" in a RECURSIVE one; with nothing open
+/// it is "No valid directory pointer".
 ///
 /// A copy takes over the state of its source. Only assigning from an iterator
-/// that is not initialised makes one so again. All failures are QVREOpenFailed
-/// or a lack of memory.
+/// that is not initialised makes one so again.
 ///
 /// A recursive walk enters everything that is not a regular file, as the path of
 /// the entry names it: links are followed, and an entry that cannot be opened as
@@ -106,6 +110,14 @@ class QVRSYSTEM_API QVROSDirectoryIterator {
   bool _compare(const QVROSDirectoryIterator& other) const;
   void _assignValues(const QVROSDirectoryIterator& source);
   void _convertWstringToString(std::string& to, const std::u16string& from) const;
+
+  bool canAdvanceRecursive() const;
+  Level& innermost() const;
+  std::string entryPath() const;
+  bool isToBeEntered() const;
+  bool passEntry();
+  void stepTo(const char* name);
+  void closeAll() noexcept;
 
   QVROSPath root_;  // as passed
   bool atEnd_ = false;

@@ -54,6 +54,8 @@
 #include "QVREZeroDivide.h"
 #include "QVREZeroVector.h"
 #include "QVRException.h"
+#include "QVROSDirectory.h"
+#include "QVROSDirectoryIterator.h"
 #include "QVROSPath.h"
 #include "QVRStopwatch.h"
 #include "QVRSysDate.h"
