@@ -6,6 +6,7 @@
 #include <string>
 
 #include "QVRSystemExport.h"
+#include "QVRTypes.h"
 
 struct stat;
 
@@ -214,6 +215,16 @@ class QVRSYSTEM_API QVROSPath {
   static void _ValidateExistance(const std::string& path);
   // Whether all bytes arrived.
   static bool _filecopy(const std::string& from, const std::string& to);
+
+  // Throws what the status values do.
+  static struct stat _requireStat(const std::string& path);
+  static std::string _fullPath(const std::string& path);
+  // Appends names to a full path that has no separator at its end.
+  static void _appendFolded(std::string& full, const std::string& path);
+  static void _checkCopy(const std::string& from, const std::string& to, createMode mode,
+                         const wchar16* onlyFiles);
+  static void _checkTargetDirectory(const std::string& directory);
+  static void _checkTarget(const std::string& path, createMode mode);
 
   void _expandEnvVars(std::string& path) const;
   void _expandNTEnvVars(std::string& path) const;
