@@ -54,6 +54,7 @@
 #include "QVREZeroDivide.h"
 #include "QVREZeroVector.h"
 #include "QVRException.h"
+#include "QVRLocale.h"
 #include "QVROSDirectory.h"
 #include "QVROSDirectoryIterator.h"
 #include "QVROSPath.h"
