@@ -1,0 +1,5 @@
+#!/bin/sh
+# Fails where clang-format would lay out a source otherwise.
+set -eu
+cd "$(dirname "$0")/.."
+git ls-files -z '*.h' '*.cpp' | xargs -0 clang-format-14 --dry-run --Werror
