@@ -123,8 +123,7 @@ class QVRSYSTEM_API QVROSDirectoryIterator {
   bool atEnd_ = false;
   bool initialised_ = false;
   iteratorMode mode_ = FLAT;
-  // The path of the innermost level with a separator behind it, as the system
-  // takes it; entries' names follow.
+  // The path of the innermost level and a separator: what entries' names follow.
   std::string prefix_;
   std::vector<std::unique_ptr<Level>> levels_;  // the root's first
 };
