@@ -12,6 +12,7 @@ enum class ForkRank {
   LocaleInstance,
   LocaleProcess,
   TraceSettings,
+  TimeZone,
 };
 
 /// Puts a lock on the list that a fork takes before it and gives back after it,

@@ -1,0 +1,37 @@
+// The clock and the zone, as the date and time classes ask for them.
+#pragma once
+
+#include <cstdint>
+#include <ctime>
+
+#include "QVRSysDate.h"
+#include "QVRSysTime.h"
+
+namespace qvr {
+
+/// One reading of the clock in local time, daylight saving included. Both halves
+/// are invalid where the clock fails.
+struct LocalNow {
+  QVRSysDate date;
+  QVRSysTime time;
+  int minutesWest;  // of Greenwich, by the zone's standard time at present
+};
+
+/// Follows TZ at once, and the system's zone file and the zone's own switches
+/// within the second in which they happen.
+LocalNow localNow() noexcept;
+
+/// Minutes that the zone's standard time at present lies west of Greenwich; 0
+/// where the zone cannot be told.
+int standardOffset() noexcept;
+
+/// @return whether local time can tell the instant; if not, every field is 0.
+bool localTime(std::int64_t secondsSinceEpoch, std::tm& local) noexcept;
+
+/// The present local time; zeros where the clock fails.
+std::tm localToday() noexcept;
+
+/// What mktime() says; -1 where it fails.
+std::int64_t secondsSinceEpoch(std::tm local) noexcept;
+
+}  // namespace qvr

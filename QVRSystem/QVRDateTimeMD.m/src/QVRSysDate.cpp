@@ -1,0 +1,349 @@
+#include "QVRSysDate.h"
+
+#include <limits>
+#include <ostream>
+
+#include "QVRStrftime.h"
+#include "QVRSystem/QVRDateTimeMD.m/src/QVRLocalClock.h"
+
+namespace {
+
+constexpr int kFirstCommonEraDay = 1721424;  // 1 January 1
+constexpr int kFirstGregorianDay = 2299161;  // 15 October 1582
+constexpr int kFirstEpochDay = 2440588;      // 1 January 1970
+constexpr int kLastDay = 5373484;            // 31 December 9999
+constexpr int kFirstYear = -4713;
+constexpr int kLastYear = 9999;
+constexpr int kLastJulianYear = 1582;
+
+// Years counted with a year 0, which is 1 BC.
+constexpr int astronomical(int year) noexcept { return year < 0 ? year + 1 : year; }
+
+constexpr std::int64_t inGregorian(std::int64_t julian, std::int64_t year) noexcept {
+  return julian < kFirstGregorianDay ? julian : julian + year / 400 - year / 100 + 38;
+}
+
+// In 64 bits no argument overflows. Where the caller has checked the arguments,
+// the compiler knows that nothing is negative and divides by multiplying.
+constexpr std::int64_t dayNumberOf(std::int64_t day, std::int64_t month, int year) noexcept {
+  const std::int64_t a = (14 - month) / 12;
+  const std::int64_t y = astronomical(year) + INT64_C(4800) - a;
+  const std::int64_t m = month + 12 * a - 3;
+  return inGregorian(day + (153 * m + 2) / 5 + 365 * y + y / 4 - 32083, y);
+}
+
+constexpr std::int64_t dayNumberOf(std::int64_t dayOfYear, int year) noexcept {
+  const std::int64_t y = astronomical(year) + INT64_C(4799);
+  return inGregorian(dayOfYear + 365 * y + y / 4 - 31777, y);
+}
+
+}  // namespace
+
+bool QVRSysDate::setDate(int dayNumber) noexcept {
+  const bool valid = IsJulianDay(dayNumber);
+  dayNumber_ = valid ? dayNumber : kInvalid;
+  return valid;
+}
+
+bool QVRSysDate::setDate(int dayOfYear, int year) noexcept {
+  const bool valid = IsDayInYear(dayOfYear, year);
+  dayNumber_ = valid ? CalcJulian(dayOfYear, year) : kInvalid;
+  return valid;
+}
+
+bool QVRSysDate::setDate(int day, int month, int year) noexcept {
+  const bool valid = IsDayInMonth(day, month, year);
+  dayNumber_ = valid ? static_cast<int>(dayNumberOf(day, month, year)) : kInvalid;
+  return valid;
+}
+
+bool QVRSysDate::setCTime(const std::tm& time) noexcept {
+  constexpr int kMost = std::numeric_limits<int>::max() - 1900;
+  clear();
+  if (time.tm_mon > 11 || time.tm_year > kMost) return false;
+  return setDate(time.tm_mday, time.tm_mon + 1, time.tm_year + 1900);
+}
+
+bool QVRSysDate::setCTime(const std::int64_t& secondsSinceEpoch) noexcept {
+  std::tm time;
+  clear();
+  return qvr::localTime(secondsSinceEpoch, time) && setCTime(time);
+}
+
+QVRSysDate QVRSysDate::Today() noexcept { return qvr::localNow().date; }
+
+QVRSysDate QVRSysDate::DateMax() noexcept { return kLastDay; }
+
+void QVRSysDate::getDate(int& dayOfYear, int& year) const noexcept {
+  const DateType date = this->date();
+  dayOfYear = date.dayOfYear;
+  year = date.year;
+}
+
+void QVRSysDate::getDate(int& day, int& month, int& year) const noexcept {
+  const DateType date = this->date();
+  day = date.dayOfMonth;
+  month = date.month;
+  year = date.year;
+}
+
+void QVRSysDate::getDate(int& day, std::string& monthName, int& year) const {
+  int month;
+  getDate(day, month, year);
+  monthName = MonthName(month, true);
+}
+
+void QVRSysDate::getDate(int& day, std::u16string& monthName, int& year) const {
+  int month;
+  getDate(day, month, year);
+  monthName = MonthNameW(month, true);
+}
+
+void QVRSysDate::getDate(DateInfo& info) const noexcept {
+  const DateType date = this->date();
+  info = {dayNumber_, date.dayOfYear, getDayOfWeek(), date.dayOfMonth,
+          date.month, date.year,      getEra(),       IsLeapYear(date.year)};
+}
+
+int QVRSysDate::getDayOfYear() const noexcept { return date().dayOfYear; }
+
+int QVRSysDate::getDayOfMonth() const noexcept { return date().dayOfMonth; }
+
+int QVRSysDate::getMonth() const noexcept { return date().month; }
+
+int QVRSysDate::getYear() const noexcept { return date().year; }
+
+int QVRSysDate::getDayOfWeek() const noexcept { return (dayNumber_ + 1) % 7 + 1; }
+
+int QVRSysDate::getEra() const noexcept { return dayNumber_ >= kFirstCommonEraDay ? 1 : 0; }
+
+bool QVRSysDate::isLeapYear() const noexcept { return IsLeapYear(getYear()); }
+
+int QVRSysDate::getWeekOfYear(int firstDayOfWeek) const noexcept {
+  if (!IsDayInWeek(firstDayOfWeek)) return 0;
+  const QVRSysDate lastOfPreviousYear(31, 12, getYear() - 1);
+  const QVRSysDate first = lastOfPreviousYear.nextDate(firstDayOfWeek);
+  return *this < first ? 0 : (*this - first) / 7 + 1;
+}
+
+void QVRSysDate::getCTime(std::tm& time) const noexcept {
+  const DateType date = this->date();
+  qvr::localTime(0, time);
+  time.tm_mday = date.dayOfMonth;
+  time.tm_mon = date.month - 1;
+  time.tm_year = date.year - 1900;
+  time.tm_yday = date.dayOfYear - 1;
+  time.tm_wday = getDayOfWeek() - 1;
+}
+
+void QVRSysDate::getCTime(std::int64_t& secondsSinceEpoch) const noexcept {
+  secondsSinceEpoch = -1;
+  if (dayNumber_ < kFirstEpochDay) return;
+  std::tm time;
+  getCTime(time);
+  secondsSinceEpoch = qvr::secondsSinceEpoch(time);
+}
+
+std::string QVRSysDate::toString(char conversion) const {
+  const char format[] = {'%', conversion, '\0'};
+  std::tm time;
+  getCTime(time);
+  return QVRStrftime(format, time);
+}
+
+std::u16string QVRSysDate::toStringW(wchar16 conversion) const {
+  const wchar16 format[] = {u'%', conversion, u'\0'};
+  std::tm time;
+  getCTime(time);
+  return QVRStrftime(format, time);
+}
+
+QVRSysDate QVRSysDate::operator++(int) noexcept {
+  const QVRSysDate before = *this;
+  ++*this;
+  return before;
+}
+
+QVRSysDate QVRSysDate::operator--(int) noexcept {
+  const QVRSysDate before = *this;
+  --*this;
+  return before;
+}
+
+QVRSysDate& QVRSysDate::operator-=(int days) noexcept { return moveBy(-std::int64_t{days}); }
+
+QVRSysDate& QVRSysDate::addDays(int days) noexcept { return moveBy(days); }
+
+QVRSysDate& QVRSysDate::addWeeks(int weeks) noexcept { return moveBy(std::int64_t{weeks} * 7); }
+
+QVRSysDate& QVRSysDate::addMonths(int months) noexcept {
+  const DateType from = date();
+  const std::int64_t since0 = std::int64_t{astronomical(from.year)} * 12 + from.month - 1 + months;
+  const std::int64_t month0 = (since0 % 12 + 12) % 12;
+  const std::int64_t year0 = (since0 - month0) / 12;
+  const auto year = static_cast<int>(year0 < 1 ? year0 - 1 : year0);
+  auto month = static_cast<int>(month0 + 1);
+  int day = from.dayOfMonth;
+  // Never out of December, which has all the days that a month can have.
+  if (const int days = DaysInMonth(month, year); day > days) {
+    day -= days;
+    ++month;
+  }
+  setDate(day, month, year);
+  return *this;
+}
+
+QVRSysDate& QVRSysDate::addYears(int years) noexcept {
+  const DateType from = date();
+  std::int64_t year = std::int64_t{from.year} + years;
+  if (from.year < 0 && year >= 0) ++year;
+  if (from.year > 0 && year < 1) --year;
+  setDate(from.dayOfMonth, from.month, static_cast<int>(year));
+  return *this;
+}
+
+QVRSysDate QVRSysDate::nextDate(int dayOfWeek) const noexcept {
+  if (!IsDayInWeek(dayOfWeek)) return {};
+  QVRSysDate result = *this;
+  do {
+    ++result;
+  } while (result.getDayOfWeek() != dayOfWeek);
+  return result;
+}
+
+QVRSysDate QVRSysDate::prevDate(int dayOfWeek) const noexcept {
+  if (!IsDayInWeek(dayOfWeek)) return {};
+  const int daysBack = (getDayOfWeek() - dayOfWeek + 6) % 7 + 1;
+  return *this - daysBack;
+}
+
+bool QVRSysDate::IsJulianDay(int dayNumber) noexcept {
+  return dayNumber >= 0 && dayNumber <= kLastDay;
+}
+
+bool QVRSysDate::IsDayInWeek(int dayOfWeek) noexcept { return dayOfWeek >= 1 && dayOfWeek <= 7; }
+
+bool QVRSysDate::IsMonth(int month) noexcept { return month >= 1 && month <= 12; }
+
+bool QVRSysDate::IsYear(int year) noexcept {
+  return year >= kFirstYear && year <= kLastYear && year != 0;
+}
+
+bool QVRSysDate::IsEra(int era) noexcept { return era == 0 || era == 1; }
+
+bool QVRSysDate::IsLeapYear(int year) noexcept {
+  const int y = astronomical(year);
+  if (y % 4 != 0) return false;
+  return year <= kLastJulianYear || y % 100 != 0 || y % 400 == 0;
+}
+
+bool QVRSysDate::IsDayInYear(int dayOfYear, int year) noexcept {
+  return IsYear(year) && dayOfYear >= 1 && dayOfYear <= DaysInYear(year);
+}
+
+bool QVRSysDate::IsDayInMonth(int day, int month, int year) noexcept {
+  return IsMonth(month) && IsYear(year) && day >= 1 && day <= DaysInMonth(month, year);
+}
+
+int QVRSysDate::DaysInYear(int year) noexcept { return IsLeapYear(year) ? 366 : 365; }
+
+int QVRSysDate::DaysInMonth(int month, int year) noexcept {
+  static constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  if (!IsMonth(month)) return 0;
+  return month == 2 && IsLeapYear(year) ? 29 : kDays[month - 1];
+}
+
+std::string QVRSysDate::MonthName(int month, bool full) {
+  std::tm time{};
+  time.tm_mon = IsMonth(month) ? month - 1 : -1;
+  return QVRStrftime(full ? "%B" : "%b", time);
+}
+
+std::u16string QVRSysDate::MonthNameW(int month, bool full) {
+  std::tm time{};
+  time.tm_mon = IsMonth(month) ? month - 1 : -1;
+  return QVRStrftime(full ? u"%B" : u"%b", time);
+}
+
+std::string QVRSysDate::DayOfWeekName(int dayOfWeek, bool full) {
+  std::tm time{};
+  time.tm_wday = IsDayInWeek(dayOfWeek) ? dayOfWeek - 1 : -1;
+  return QVRStrftime(full ? "%A" : "%a", time);
+}
+
+std::u16string QVRSysDate::DayOfWeekNameW(int dayOfWeek, bool full) {
+  std::tm time{};
+  time.tm_wday = IsDayInWeek(dayOfWeek) ? dayOfWeek - 1 : -1;
+  return QVRStrftime(full ? u"%A" : u"%a", time);
+}
+
+std::string QVRSysDate::EraName(int era, bool commonEra) {
+  if (!IsEra(era)) return {};
+  if (commonEra) return era == 0 ? "BCE" : "CE";
+  return era == 0 ? "BC" : "AD";
+}
+
+std::u16string QVRSysDate::EraNameW(int era, bool commonEra) {
+  const std::string name = EraName(era, commonEra);
+  return {name.begin(), name.end()};
+}
+
+int QVRSysDate::DaysBeforeMonth(int month, int year) noexcept {
+  static constexpr int kDays[] = {0, 0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334, 365};
+  if (month < 1 || month > 13) return 0;
+  return kDays[month] + (month > 2 && IsLeapYear(year) ? 1 : 0);
+}
+
+int QVRSysDate::CalcJulian(int day, int month, int year) noexcept {
+  return static_cast<int>(dayNumberOf(day, month, year));
+}
+
+int QVRSysDate::CalcJulian(int dayOfYear, int year) noexcept {
+  return static_cast<int>(dayNumberOf(dayOfYear, year));
+}
+
+void QVRSysDate::CalcGregorian(DateType& date, int dayNumber) noexcept {
+  const std::int64_t j = dayNumber;
+  const bool gregorian = dayNumber >= kFirstGregorianDay;
+  const std::int64_t a = j + 32044;
+  const std::int64_t b = gregorian ? (4 * a + 3) / 146097 : 0;
+  const std::int64_t c = gregorian ? a - 146097 * b / 4 : j + 32082;
+  const std::int64_t d = (4 * c + 3) / 1461;
+  const std::int64_t e = c - 1461 * d / 4;
+  const std::int64_t m = (5 * e + 2) / 153;
+  const std::int64_t year = 100 * b + d - 4800 + m / 10;
+  date.dayOfMonth = static_cast<int>(e - (153 * m + 2) / 5 + 1);
+  date.month = static_cast<int>(m + 3 - 12 * (m / 10));
+  date.year = static_cast<int>(year < 1 ? year - 1 : year);
+  date.dayOfYear = DaysBeforeMonth(date.month, date.year) + date.dayOfMonth;
+}
+
+QVRSysDate& QVRSysDate::moveBy(std::int64_t days) noexcept {
+  const std::int64_t moved = dayNumber_ + days;
+  dayNumber_ = moved >= 0 && moved <= kLastDay ? static_cast<int>(moved) : kInvalid;
+  return *this;
+}
+
+QVRSysDate::DateType QVRSysDate::date() const noexcept {
+  DateType result;
+  CalcGregorian(result, dayNumber_);
+  return result;
+}
+
+QVRSysDate operator+(const QVRSysDate& date, int days) noexcept { return QVRSysDate(date) += days; }
+
+QVRSysDate operator+(int days, const QVRSysDate& date) noexcept { return date + days; }
+
+QVRSysDate operator-(const QVRSysDate& date, int days) noexcept { return QVRSysDate(date) -= days; }
+
+int operator-(const QVRSysDate& left, const QVRSysDate& right) noexcept {
+  int leftNumber;
+  int rightNumber;
+  left.getDate(leftNumber);
+  right.getDate(rightNumber);
+  return leftNumber - rightNumber;
+}
+
+std::ostream& operator<<(std::ostream& out, const QVRSysDate& date) {
+  return out << date.toString('D');
+}
