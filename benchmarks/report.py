@@ -8,6 +8,7 @@ others with the same operation and size are its peers.
 """
 
 import json
+import math
 import pathlib
 import re
 import statistics
@@ -71,14 +72,18 @@ def duration(nanoseconds):
     return f"{nanoseconds:.3g} ns"
 
 
+def ratio_text(ratio):
+    return f"{ratio:.2f}" if ratio >= 0.1 else f"{ratio:.1g}"
+
+
 def row(comparison):
     cells = [f"{comparison.subject}/{comparison.operation}", duration(comparison.median),
              f"{comparison.spread:.0%}"]
     if comparison.peers:
         name, best = comparison.peers[0]
-        ratios = (f"{peer} {comparison.ratio(index):.2f}"
+        ratios = (f"{peer} {ratio_text(comparison.ratio(index))}"
                   for index, (peer, _) in enumerate(comparison.peers))
-        cells += [name, duration(best), f"**{comparison.ratio():.2f}**", ", ".join(ratios)]
+        cells += [name, duration(best), f"**{ratio_text(comparison.ratio())}**", ", ".join(ratios)]
     else:
         cells += ["none"] + [""] * 3
     return "| " + " | ".join(cells) + " |\n"
@@ -102,29 +107,27 @@ def draw(path, comparisons):
     matplotlib.use("svg")
     from matplotlib import pyplot
 
-    labels, times, colours = [], [], []
+    # A row without a bar names the operation.
+    bars = []
     for comparison in comparisons:
-        own = (comparison.subject, comparison.median)
-        for subject, time in [own] + comparison.peers:
-            labels.append(f"{comparison.operation}   {subject}")
-            times.append(time)
-            colours.append("tab:blue" if subject == comparison.subject else "silver")
-        # A gap between operations.
-        labels.append("")
-        times.append(float("nan"))
-        colours.append("none")
+        bars.append((comparison.operation, math.nan, "none"))
+        bars.append((comparison.subject, comparison.median, "tab:blue"))
+        bars += [(peer, time, "silver") for peer, time in comparison.peers]
+    labels, times, colours = zip(*bars)
     figure, axes = pyplot.subplots(figsize=(10, 1 + 0.22 * len(labels)), layout="constrained")
     places = range(len(labels))
     axes.barh(places, times, color=colours)
     for place, time in zip(places, times):
-        if time == time:
+        if not math.isnan(time):
             axes.text(time, place, f" {duration(time)}", va="center", fontsize=7)
     axes.set_yticks(places, labels, fontsize=7)
+    for label, time in zip(axes.get_yticklabels(), times):
+        label.set_fontweight("bold" if math.isnan(time) else "normal")
     axes.tick_params(axis="y", length=0)
-    axes.invert_yaxis()
+    axes.set_ylim(len(bars), -1)
     axes.set_xscale("log")
     axes.set_xlabel("ns, median")
-    axes.margins(x=0.15, y=0.01)
+    axes.margins(x=0.15)
     axes.set_title(path.stem)
     axes.spines[["top", "right"]].set_visible(False)
     figure.savefig(path)
