@@ -36,47 +36,32 @@ class ZoneSection {
 class ZoneSecond {
  public:
   bool holds(std::int64_t second, const char* zone) const noexcept {
-    return second == second_ && usable_ && (zone != nullptr) == zoneIsSet_ &&
+    return usable_ && second == now_.second && (zone != nullptr) == zoneIsSet_ &&
            (zone == nullptr || std::strcmp(zone, zone_) == 0);
   }
 
-  void fill(std::int64_t second, const char* zone) noexcept;
-
-  LocalNow at(int millisecond) const noexcept {
-    LocalNow now{dayNumber_, {}, minutesWest_};
-    if (millisecondsOfDay_ >= 0) now.time.setTime(millisecondsOfDay_ + millisecond);
-    return now;
+  void fill(std::int64_t second, const char* zone) noexcept {
+    now_ = {second, 0, QVRLocalTime(second), 0};
+    platform::standardOffset(second, now_.minutesWest);
+    keepZone(zone);
   }
 
-  int minutesWest() const noexcept { return minutesWest_; }
+  LocalNow at(int millisecond) const noexcept {
+    LocalNow result = now_;
+    result.millisecond = millisecond;
+    return result;
+  }
 
  private:
   static constexpr std::size_t kLongestZone = 63;
 
   void keepZone(const char* zone) noexcept;
 
-  std::int64_t second_ = 0;
-  int dayNumber_ = 0;
-  int millisecondsOfDay_ = 0;  // -1 where the second has none
-  int minutesWest_ = 0;
+  LocalNow now_;
   bool usable_ = false;  // at the next reading too
   bool zoneIsSet_ = false;
   char zone_[kLongestZone + 1] = {};
 };
-
-void ZoneSecond::fill(std::int64_t second, const char* zone) noexcept {
-  const std::tm local = QVRLocalTime(second);
-  QVRSysDate date;
-  date.setCTime(local);
-  date.getDate(dayNumber_);
-  QVRSysTime time;
-  if (second >= 1 && date.isValid()) time.setCTime(local, 0);
-  millisecondsOfDay_ = time.getMilliseconds();
-  minutesWest_ = 0;
-  platform::standardOffset(second, minutesWest_);
-  second_ = second;
-  keepZone(zone);
-}
 
 // A zone whose text is longer than any name is looked up at every reading.
 void ZoneSecond::keepZone(const char* zone) noexcept {
@@ -113,14 +98,6 @@ bool localTime(std::int64_t secondsSinceEpoch, std::tm& local) noexcept {
   const ZoneSection section;
   local = QVRLocalTime(secondsSinceEpoch);
   return local.tm_mday != 0;
-}
-
-std::tm localToday() noexcept {
-  std::int64_t second = 0;
-  std::int32_t nanoseconds = 0;
-  std::tm local{};
-  if (platform::systemTime(second, nanoseconds) == 0) localTime(second, local);
-  return local;
 }
 
 std::int64_t secondsSinceEpoch(std::tm local) noexcept {

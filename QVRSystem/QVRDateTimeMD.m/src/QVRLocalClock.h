@@ -4,17 +4,14 @@
 #include <cstdint>
 #include <ctime>
 
-#include "QVRSysDate.h"
-#include "QVRSysTime.h"
-
 namespace qvr {
 
-/// One reading of the clock in local time, daylight saving included. Both halves
-/// are invalid where the clock fails.
+/// One reading of the clock.
 struct LocalNow {
-  QVRSysDate date;
-  QVRSysTime time;
-  int minutesWest;  // of Greenwich, by the zone's standard time at present
+  std::int64_t second = 0;  // since the epoch; 0 where the clock fails
+  int millisecond = 0;
+  std::tm local{};      // daylight saving included; zeros where it cannot be told
+  int minutesWest = 0;  // of Greenwich, by the zone's standard time at present
 };
 
 /// Follows TZ at once, and the system's zone file and the zone's own switches
@@ -27,9 +24,6 @@ int standardOffset() noexcept;
 
 /// @return whether local time can tell the instant; if not, every field is 0.
 bool localTime(std::int64_t secondsSinceEpoch, std::tm& local) noexcept;
-
-/// The present local time; zeros where the clock fails.
-std::tm localToday() noexcept;
 
 /// What mktime() says; -1 where it fails.
 std::int64_t secondsSinceEpoch(std::tm local) noexcept;

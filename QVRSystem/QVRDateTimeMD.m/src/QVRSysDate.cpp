@@ -70,7 +70,11 @@ bool QVRSysDate::setCTime(const std::int64_t& secondsSinceEpoch) noexcept {
   return qvr::localTime(secondsSinceEpoch, time) && setCTime(time);
 }
 
-QVRSysDate QVRSysDate::Today() noexcept { return qvr::localNow().date; }
+QVRSysDate QVRSysDate::Today() noexcept {
+  QVRSysDate today;
+  today.setCTime(qvr::localNow().local);
+  return today;
+}
 
 QVRSysDate QVRSysDate::DateMax() noexcept { return kLastDay; }
 

@@ -49,8 +49,8 @@ bool QVRSysDateTime::setCTime(const std::int64_t& secondsSinceEpoch, int millise
 QVRSysDateTime QVRSysDateTime::Now() noexcept {
   const qvr::LocalNow now = qvr::localNow();
   QVRSysDateTime result;
-  result.date_ = now.date;
-  result.time_ = now.time;
+  result.date_.setCTime(now.local);
+  if (now.second >= 1) result.time_.setCTime(now.local, now.millisecond);
   result.shiftBy(now.minutesWest);
   return result;
 }

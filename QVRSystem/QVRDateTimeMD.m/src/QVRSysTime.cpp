@@ -45,10 +45,9 @@ bool QVRSysTime::setTime(int milliseconds) noexcept {
 
 bool QVRSysTime::setTime(int hour, int minute, int second, int millisecond) noexcept {
   clear();
-  if (!IsHourField(hour) || !IsMinuteField(minute) || !IsSecondField(second) ||
-      !IsMillisecondField(millisecond)) {
-    return false;
-  }
+  const bool taken = IsHourField(hour) && IsMinuteField(minute) && IsSecondField(second) &&
+                     IsMillisecondField(millisecond);
+  if (!taken) return false;
   milliseconds_ = wrappedSum(wrappedSum(wrappedSum(millisecond, second, kSecond), minute, kMinute),
                              hour, kHour);
   return true;
@@ -65,7 +64,10 @@ bool QVRSysTime::setCTime(const std::int64_t& secondsSinceEpoch, int millisecond
   return qvr::localTime(secondsSinceEpoch, time) && setCTime(time, millisecond);
 }
 
-QVRSysTime QVRSysTime::Now() noexcept { return qvr::localNow().time; }
+QVRSysTime QVRSysTime::Now() noexcept {
+  const qvr::LocalNow now = qvr::localNow();
+  return now.second < 1 ? QVRSysTime() : QVRSysTime(now.local, now.millisecond);
+}
 
 QVRSysTime QVRSysTime::MinTime() noexcept { return 0; }
 
@@ -105,7 +107,7 @@ void QVRSysTime::getCTime(std::tm& time) const noexcept {
 }
 
 void QVRSysTime::getCTime(std::int64_t& secondsSinceEpoch) const noexcept {
-  std::tm today = qvr::localToday();
+  std::tm today = qvr::localNow().local;
   today.tm_hour = getHourField();
   today.tm_min = getMinuteField();
   today.tm_sec = getSecondField();
