@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <utility>
 
 namespace qvr::internal {
 
@@ -32,6 +33,19 @@ class ShortSection {
 
   ShortSection(const ShortSection&) = delete;
   ShortSection& operator=(const ShortSection&) = delete;
+};
+
+/// Takes all marks off for its scope, in which a caller's code runs.
+class ShortSectionPause {
+ public:
+  ShortSectionPause() noexcept : marks_(std::exchange(threadState.shortSections, 0)) {}
+  ~ShortSectionPause() { threadState.shortSections = marks_; }
+
+  ShortSectionPause(const ShortSectionPause&) = delete;
+  ShortSectionPause& operator=(const ShortSectionPause&) = delete;
+
+ private:
+  const std::uint32_t marks_;
 };
 
 }  // namespace qvr::internal

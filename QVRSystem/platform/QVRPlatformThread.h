@@ -29,6 +29,12 @@ int waitWhile(std::uint32_t& word, std::uint32_t expected) noexcept;
 /// Wakes up to `count` threads that sleep on `word`, which need not exist any more.
 int wake(std::uint32_t* word, int count) noexcept;
 
+/// Lets requests to cancel the calling thread wait; `before` says what they did.
+int holdCancellation(int& before) noexcept;
+
+/// Lets them do again what they did before.
+int restoreCancellation(int before) noexcept;
+
 /// Has the three called around every fork from now on: `prepare` before it,
 /// `parent` and `child` behind it in the respective process.
 int atFork(void (*prepare)(), void (*parent)(), void (*child)()) noexcept;

@@ -7,6 +7,8 @@ QVR_REAL_FUNCTION(sleepFor)
 QVR_REAL_FUNCTION(yield)
 QVR_REAL_FUNCTION(waitWhile)
 QVR_REAL_FUNCTION(wake)
+QVR_REAL_FUNCTION(holdCancellation)
+QVR_REAL_FUNCTION(restoreCancellation)
 QVR_REAL_FUNCTION(atFork)
 
 namespace qvr::platform {
@@ -26,6 +28,12 @@ int sleepFor(std::uint64_t milliseconds) noexcept {
   return forward("sleepFor", &posix::sleepFor, milliseconds);
 }
 int yield() noexcept { return forward("yield", &posix::yield); }
+int holdCancellation(int& before) noexcept {
+  return forward("holdCancellation", &posix::holdCancellation, before);
+}
+int restoreCancellation(int before) noexcept {
+  return forward("restoreCancellation", &posix::restoreCancellation, before);
+}
 int atFork(void (*prepare)(), void (*parent)(), void (*child)()) noexcept {
   return forward("atFork", &posix::atFork, prepare, parent, child);
 }

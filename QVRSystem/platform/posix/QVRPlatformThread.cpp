@@ -52,6 +52,12 @@ int wake(std::uint32_t* word, int count) noexcept {
   return syscall(SYS_futex, word, FUTEX_WAKE_PRIVATE, count) >= 0 ? 0 : errno;
 }
 
+int holdCancellation(int& before) noexcept {
+  return pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before);
+}
+
+int restoreCancellation(int before) noexcept { return pthread_setcancelstate(before, nullptr); }
+
 int atFork(void (*prepare)(), void (*parent)(), void (*child)()) noexcept {
   return pthread_atfork(prepare, parent, child);
 }
