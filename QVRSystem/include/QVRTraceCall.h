@@ -30,5 +30,5 @@ class QVRSYSTEM_API QVRTraceCall {
 
  private:
   QVRTraceLog& log_;
-  const std::unique_ptr<const char[]> name_;  // null where made at level None
+  std::unique_ptr<const char[]> name_;  // null where made at level None
 };

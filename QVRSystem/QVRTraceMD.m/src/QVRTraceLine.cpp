@@ -1,0 +1,57 @@
+#include "QVRTraceLine.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace qvr::trace {
+
+void LineBuffer::append(std::string_view text) {
+  if (text.size() > static_cast<std::size_t>(epptr() - pptr())) grow(text.size());
+  std::memcpy(pptr(), text.data(), text.size());
+  truncate(length() + text.size());
+}
+
+std::streamsize LineBuffer::xsputn(const char* text, std::streamsize count) {
+  append({text, static_cast<std::size_t>(count)});
+  return count;
+}
+
+LineBuffer::int_type LineBuffer::overflow(int_type character) {
+  if (!traits_type::eq_int_type(character, traits_type::eof())) {
+    const char added = traits_type::to_char_type(character);
+    append({&added, 1});
+  }
+  return traits_type::not_eof(character);
+}
+
+void LineBuffer::grow(std::size_t count) {
+  const std::size_t used = length();
+  std::vector<char> larger(std::max(2 * storage_.size(), used + count + 1));
+  std::copy_n(storage_.data(), used, larger.data());
+  storage_.swap(larger);
+  truncate(used);
+}
+
+Line& Line::begin() {
+  if (inProgress_) {
+    if (inner_ == nullptr) inner_ = std::make_unique<Line>(this);
+    return inner_->begin();
+  }
+  inProgress_ = true;
+  return *this;
+}
+
+Line& Line::end() noexcept {
+  constexpr std::streamsize kDefaultPrecision = 6;
+  buffer.truncate(0);
+  stream.exceptions(std::ios_base::goodbit);
+  stream.clear();
+  stream.flags(std::ios_base::dec | std::ios_base::skipws);
+  stream.precision(kDefaultPrecision);
+  stream.width(0);
+  stream.fill(' ');
+  inProgress_ = false;
+  return outer_ != nullptr ? *outer_ : *this;
+}
+
+}  // namespace qvr::trace

@@ -1,0 +1,300 @@
+#include "QVRTraceLog.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <iostream>
+#include <iterator>
+#include <string_view>
+
+#include "QVRSysDateTime.h"
+#include "QVRSysThreadId.h"
+#include "QVRSystem/internal/QVRAtomic.h"
+#include "QVRSystem/internal/QVRFork.h"
+#include "QVRSystem/internal/QVRThreadState.h"
+#include "QVRSystem/platform/QVRPlatformThread.h"
+#include "QVRTraceLine.h"
+#include "ZELSysLog.h"
+#include "ZELUnicodeString.h"
+
+namespace {
+
+using qvr::internal::Atomic;
+using qvr::internal::ForkLock;
+using qvr::internal::ForkRank;
+using qvr::internal::ShortSection;
+using qvr::internal::ShortSectionPause;
+using qvr::trace::Line;
+using qvr::trace::LineBuffer;
+
+constexpr char kDefaultLevelVariable[] = "QVRDefaultTraceLevel";
+constexpr char kLevelVariableEnding[] = "TraceLevel";
+constexpr char kDefaultFormat[] = "%n(%p) %f(%l) %m";
+constexpr char kStandsForDefaultFormat[] = "DefaultFormat";
+constexpr char kTimeFormat[] = "%H:%M:%S %p";
+
+constexpr std::string_view kLevelTexts[] = {"None", "Fatal", "Error", "Warning",
+                                            "Info", "Debug", "Call",  "Unspec"};
+
+bool isLevel(QVRTraceLevel level) {
+  return level >= QVRTraceLevelNone && level <= QVRTraceLevelUnspec;
+}
+
+bool isEmitted(QVRTraceLevel level) {
+  return level >= QVRTraceLevelNone && level <= QVRTraceLevelWarning;
+}
+
+QVRTraceLevel levelOf(std::string_view text) {
+  const auto* const found = std::find(std::begin(kLevelTexts), std::end(kLevelTexts), text);
+  return found != std::end(kLevelTexts)
+             ? static_cast<QVRTraceLevel>(found - std::begin(kLevelTexts))
+             : QVRTraceLevelUnspec;
+}
+
+std::string_view orEmpty(const char* text) { return text != nullptr ? text : ""; }
+
+std::string_view behindLastBackslash(std::string_view file) {
+  return file.substr(file.rfind('\\') + 1);  // npos + 1 is 0
+}
+
+std::uint32_t processId() {
+  std::uint32_t id = 0;
+  qvr::platform::processId(id);
+  return id;
+}
+
+/// What the directives of one header stand for.
+struct HeaderFacts {
+  std::string_view name;
+  QVRTraceLevel level;
+  std::string_view file;
+  int line;
+};
+
+void appendField(LineBuffer& out, std::string_view text) {
+  out.append(text);
+  out.append(" ");
+}
+
+void appendField(LineBuffer& out, std::int64_t number) {
+  ZELUnicodeString text;
+  text.BuildFromNum(number);
+  appendField(out, text.ConvertToChar());
+}
+
+void appendDirective(LineBuffer& out, char directive, const HeaderFacts& facts) {
+  switch (directive) {
+    case 'F':
+      return appendField(out, facts.file);
+    case 'f':
+      return appendField(out, behindLastBackslash(facts.file));
+    case 'l':
+      return appendField(out, facts.line);
+    case 'n':
+      return appendField(out, facts.name);
+    case 'p':
+      return appendField(out, static_cast<std::int64_t>(QVRSysGetThreadId().hash()));
+    case 'P':
+      return appendField(out, processId());
+    case 't':
+    case 'T':
+      return appendField(out, QVRSysDateTime::Now().getTime().toString(kTimeFormat));
+    case 'm':
+      return out.append(isLevel(facts.level) ? kLevelTexts[facts.level] : "");
+    default:
+      return out.append({&directive, 1});
+  }
+}
+
+void appendHeader(LineBuffer& out, std::string_view format, const HeaderFacts& facts) {
+  for (;;) {
+    const std::size_t percent = format.find('%');
+    out.append(format.substr(0, percent));
+    if (percent == format.npos || percent + 1 == format.size()) return;
+    appendDirective(out, format[percent + 1], facts);
+    format.remove_prefix(percent + 2);
+  }
+}
+
+constinit Atomic<QVRTraceLevel> defaultLevel{QVRTraceLevelUnspec};  // written under ClassMutex
+
+/// A lock as long as the process lives: in storage of zeros it needs no
+/// constructor, and its destructor never runs.
+union LineLock {
+  constexpr LineLock() noexcept : zeros{} {}
+  ~LineLock() {}
+
+  char zeros[sizeof(QVRSysFastMutexLock)];
+  QVRSysFastMutexLock lock;
+};
+
+constinit LineLock lineLock;
+
+}  // namespace
+
+constinit QVRSysFastMutexLock& QVRTraceLog::ClassMutex = lineLock.lock;
+
+struct QVRTraceLog::State {
+  State(const std::string& logName, QVRTraceLevel logLevel, const std::string& logFormat)
+      : name(logName),
+        levelVariable(logName + kLevelVariableEnding),
+        level(logLevel),
+        format(logFormat) {}
+
+  /// Copies the format of the next header to `headerFormat`.
+  void takeFormat() QVR_REQUIRES(ClassMutex);
+  void emit() QVR_REQUIRES(ClassMutex);
+
+  const std::string name;
+  const std::string levelVariable;  // in the environment
+
+  QVRSysFastMutexLock instanceLock;
+  Atomic<QVRTraceLevel> level;  // written under instanceLock
+  std::string format QVR_GUARDED_BY(instanceLock);
+
+  Line outermost QVR_GUARDED_BY(ClassMutex);
+  Line* current QVR_GUARDED_BY(ClassMutex) = &outermost;
+  std::string headerFormat QVR_GUARDED_BY(ClassMutex);  // kept for its memory
+
+  static const ForkLock forkLocks[];
+};
+
+void QVRTraceLog::State::takeFormat() {
+  const QVRSysFastMutexLock::LockGuard guard(instanceLock);
+  if (format == kStandsForDefaultFormat) format = kDefaultFormat;
+  headerFormat = format;
+}
+
+void QVRTraceLog::State::emit() {
+  if (!isEmitted(current->level)) return;
+  // The writer is not ours, and may trace to this log itself: that becomes a
+  // line inside this one, which stays as it is until the writer returns.
+  const ShortSectionPause pause;
+  ZELSysLog::Write(current->buffer.text());
+}
+
+// Before and after every other static object of the library.
+[[gnu::init_priority(101)]] QVRTraceLog QVRSystemTrace("QVRSystemTrace", QVRTraceLevelDebug,
+                                                       kStandsForDefaultFormat);
+[[gnu::init_priority(101)]] QVRTraceLog QVRBuildTrace("QVRBuildTrace", QVRTraceLevelDebug,
+                                                      kStandsForDefaultFormat);
+
+const ForkLock QVRTraceLog::State::forkLocks[] = {
+    {ForkRank::TraceLines, ClassMutex.getNativeLock()},
+    {ForkRank::TraceSettings, QVRSystemTrace.state_->instanceLock.getNativeLock()},
+    {ForkRank::TraceSettings, QVRBuildTrace.state_->instanceLock.getNativeLock()},
+};
+
+std::ostream& operator<<(std::ostream& out, QVRTraceLevel level) {
+  return out << (isLevel(level) ? kLevelTexts[level] : "Unknown");
+}
+
+QVRTraceLog::QVRTraceLog(const std::string& name, QVRTraceLevel level, const std::string& format)
+    : state_(new State(name, level, format)) {}
+
+QVRTraceLog::~QVRTraceLog() {
+  const bool isGlobal = this == &QVRSystemTrace || this == &QVRBuildTrace;
+  if (!isGlobal) delete state_;
+}
+
+std::string QVRTraceLog::getName() const { return state_->name; }
+
+void QVRTraceLog::setLevel(QVRTraceLevel level) {
+  const ShortSection section;
+  const QVRSysFastMutexLock::LockGuard guard(state_->instanceLock);
+  state_->level = level;
+}
+
+QVRTraceLevel QVRTraceLog::getLevel() const {
+  const QVRTraceLevel ofAll = GetDefaultLevel();
+  if (ofAll != QVRTraceLevelUnspec) return ofAll;
+  const char* const own = std::getenv(state_->levelVariable.c_str());
+  return own != nullptr ? levelOf(own) : state_->level.load();
+}
+
+bool QVRTraceLog::detLevel(QVRTraceLevel level) const {
+  return level <= QVRTraceLevelWarning || getLevel() >= level;
+}
+
+void QVRTraceLog::SetFormat(const std::string& format) {
+  const ShortSection section;
+  const QVRSysFastMutexLock::LockGuard guard(state_->instanceLock);
+  state_->format = format;
+}
+
+std::string QVRTraceLog::GetFormat() const {
+  const ShortSection section;
+  const QVRSysFastMutexLock::LockGuard guard(state_->instanceLock);
+  return state_->format;
+}
+
+void QVRTraceLog::acquireLock() {
+  ClassMutex.acquire();
+  try {
+    state_->current = &state_->current->begin();
+  } catch (...) {
+    ClassMutex.release();
+    throw;
+  }
+}
+
+std::ostream& QVRTraceLog::write(QVRTraceLevel level, const char* text) {
+  const ShortSection section;
+  Line& line = *state_->current;
+  line.level = level;
+  const std::string_view appended = orEmpty(text);
+  return line.stream.write(appended.data(), static_cast<std::streamsize>(appended.size()));
+}
+
+std::ostream& QVRTraceLog::write(QVRTraceLevel level, const char* file, int lineNumber) {
+  const ShortSection section;
+  Line& line = *state_->current;
+  line.level = level;
+  line.stream.clear();
+  const std::size_t before = line.buffer.length();
+  try {
+    state_->takeFormat();
+    appendHeader(line.buffer, state_->headerFormat,
+                 {state_->name, level, orEmpty(file), lineNumber});
+  } catch (...) {
+    line.buffer.truncate(before);
+    throw;
+  }
+  return line.stream;
+}
+
+// The guard gives the lock back, also when the writer throws or its thread is
+// cancelled; the analysis does not follow that.
+void QVRTraceLog::releaseLock() QVR_NO_THREAD_SAFETY_ANALYSIS {
+  struct Ending {
+    ~Ending() QVR_NO_THREAD_SAFETY_ANALYSIS {
+      state.current = &state.current->end();
+      ClassMutex.release();
+    }
+    State& state;
+  };
+  const ShortSection section;
+  const Ending ending{*state_};
+  state_->emit();
+}
+
+void QVRTraceLog::SetDefaultLevel(QVRTraceLevel level) {
+  const ShortSection section;
+  const QVRSysFastMutexLock::LockGuard guard(ClassMutex);
+  defaultLevel = level;
+}
+
+QVRTraceLevel QVRTraceLog::GetDefaultLevel() {
+  const char* const ofAll = std::getenv(kDefaultLevelVariable);
+  return ofAll != nullptr ? levelOf(ofAll) : defaultLevel.load();
+}
+
+std::string QVRTraceLog::GetDefaultFormat() { return kDefaultFormat; }
+
+std::ostream& QVRTraceLog::GetDefaultStream() { return std::cerr; }
+
+void QVRTraceLog::SetDefaultFormat(const std::string&) {}
+
+void QVRTraceLog::SetDefaultStream(std::ostream&) {}
+
+int QVRTraceLog::SetDefaultStream(const std::string&) { return 1; }
