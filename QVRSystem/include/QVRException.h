@@ -49,7 +49,7 @@ class QVRSYSTEM_API QVRException : public std::exception, public QVRMessage {
   /// @throws std::bad_alloc, whatever the clone() of an argument throws.
   QVRException(const QVRException& other);
 
-  /// Leaves a message without format and arguments, and no texts.
+  /// Leaves `other` to be assigned to or destroyed.
   QVRException(QVRException&& other) noexcept;
 
   ~QVRException() override;
