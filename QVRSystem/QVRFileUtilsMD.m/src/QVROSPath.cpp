@@ -32,7 +32,33 @@ constexpr std::size_t kNone = std::string::npos;
 // Modes of QVROSPath::_getAccess.
 enum Access { kExistence = 0, kExecution = 1, kWriting = 2, kReading = 4 };
 
+constexpr std::size_t kBlockSize = 16;  // of a vector register
+
 constexpr bool isSeparator(char c) { return c == kBackslash || c == kSlash; }
+
+template <std::size_t kSize>
+void convertBlock(const char* from, char* to, char delimiter) {
+  for (std::size_t i = 0; i < kSize; ++i) to[i] = isSeparator(from[i]) ? delimiter : from[i];
+}
+
+/// Writes the text with one separator, over itself too. The last block overlaps
+/// the one before rather than going byte by byte; reading from where nothing was
+/// written just before, no load waits for two stores.
+void convert(const char* from, std::size_t size, char* to, char delimiter) {
+  constexpr std::size_t kHalf = kBlockSize / 2;
+  if (size >= kBlockSize) {
+    for (std::size_t i = 0; i < size - kBlockSize; i += kBlockSize) {
+      convertBlock<kBlockSize>(from + i, to + i, delimiter);
+    }
+    const std::size_t last = size - kBlockSize;
+    convertBlock<kBlockSize>(from + last, to + last, delimiter);
+  } else if (size >= kHalf) {
+    convertBlock<kHalf>(from, to, delimiter);
+    convertBlock<kHalf>(from + size - kHalf, to + size - kHalf, delimiter);
+  } else {
+    std::transform(from, from + size, to, [=](char c) { return isSeparator(c) ? delimiter : c; });
+  }
+}
 
 std::string_view withoutTrailingSeparator(std::string_view text) {
   if (!text.empty() && text.back() == kBackslash) text.remove_suffix(1);
@@ -128,9 +154,13 @@ bool passAll(const File& from, const File& to) {
 
 QVROSPath::QVROSPath() : path_(".") {}
 
-QVROSPath::QVROSPath(const std::string& path) : path_(path) { _convertPath(path_, kBackslash); }
+QVROSPath::QVROSPath(const std::string& path) : path_(path) {
+  convert(path.data(), path.size(), path_.data(), kBackslash);
+}
 
-QVROSPath::QVROSPath(const char* path) : path_(path) { _convertPath(path_, kBackslash); }
+QVROSPath::QVROSPath(const char* path) : path_(path) {
+  convert(path, path_.size(), path_.data(), kBackslash);
+}
 
 QVROSPath::~QVROSPath() = default;
 
@@ -141,13 +171,13 @@ QVROSPath& QVROSPath::operator=(const std::string& path) {
 
 QVROSPath& QVROSPath::operator=(const char* path) {
   path_ = path;
-  _convertPath(path_, kBackslash);
+  convert(path, path_.size(), path_.data(), kBackslash);
   return *this;
 }
 
 void QVROSPath::setPath(const std::string& path) {
   path_ = path;
-  _convertPath(path_, kBackslash);
+  convert(path.data(), path.size(), path_.data(), kBackslash);
 }
 
 std::string QVROSPath::getPath() const { return path_; }
@@ -194,9 +224,9 @@ void QVROSPath::appendPath(const std::string& part) {
   const bool begins = !part.empty() && isSeparator(part.front());
   if (!ends && !begins) path_ += kBackslash;
   const std::size_t appended = path_.size();
-  path_.append(part, ends && begins ? 1 : 0);
-  std::replace(path_.begin() + static_cast<std::ptrdiff_t>(appended), path_.end(), kSlash,
-               kBackslash);
+  const std::size_t skipped = ends && begins ? 1 : 0;
+  path_.append(part, skipped);
+  convert(part.data() + skipped, part.size() - skipped, path_.data() + appended, kBackslash);
 }
 
 bool QVROSPath::isNTValid(const std::string& path) const {
@@ -334,7 +364,7 @@ void QVROSPath::move(const QVROSPath& destination, createMode mode) const {
 }
 
 void QVROSPath::_convertPath(std::string& path, char delimiter) {
-  for (char& c : path) c = isSeparator(c) ? delimiter : c;
+  convert(path.data(), path.size(), path.data(), delimiter);
 }
 
 std::size_t QVROSPath::_findNextDelimiter(const std::string& path, std::size_t from) {
