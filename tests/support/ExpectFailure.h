@@ -23,7 +23,9 @@ void expectFailure(Action action, const char* text, const char* source, int line
     EXPECT_TRUE(typeid(failure) == typeid(Exception)) << typeid(failure).name();
     EXPECT_STREQ(failure.what(), text);
     EXPECT_STREQ(failure.getSrcFile(), source);
-    if (line != kAnyLine) EXPECT_EQ(failure.getSrcLine(), line);
+    if (line != kAnyLine) {
+      EXPECT_EQ(failure.getSrcLine(), line);
+    }
     return;
   }
   ADD_FAILURE() << "no failure, expected: " << text;
