@@ -141,6 +141,7 @@ class QVRSYSTEM_API QVRTraceLog {
   static int SetDefaultStream(const std::string& fileName);
 
  private:
+  friend struct QVRTraceLogTestAccess;
   struct State;
 
   static QVRSysFastMutexLock& ClassMutex;  // the lines of all logs
