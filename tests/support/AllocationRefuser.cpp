@@ -26,8 +26,10 @@ void* allocate(std::size_t size, std::align_val_t alignment) noexcept {
 }
 
 void* orThrow(void* memory) {
-  if (memory == nullptr) throw std::bad_alloc();
-  return memory;
+  if (memory != nullptr) return memory;
+  // What a handler throws comes in the place of the ordinary failure.
+  if (const std::new_handler handler = std::get_new_handler()) handler();
+  throw std::bad_alloc();
 }
 
 }  // namespace
