@@ -18,6 +18,7 @@ constexpr unsigned kOrdinaryUser = 65534;
 template <class Check>
 void asOrdinaryUser(Check check) {
   if (geteuid() != 0) return check();
+  std::fflush(nullptr);
   const pid_t child = fork();
   ASSERT_NE(child, -1);
   if (child == 0) {
