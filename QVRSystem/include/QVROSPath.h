@@ -207,6 +207,8 @@ class QVRSYSTEM_API QVROSPath {
 
  private:
   friend struct QVROSPathTestAccess;
+  // Makes a path of each entry from a text that needs no conversion.
+  friend class QVROSDirectoryIterator;
 
   static void _convertPath(std::string& path, char delimiter);
   static std::size_t _findNextDelimiter(const std::string& path, std::size_t from);

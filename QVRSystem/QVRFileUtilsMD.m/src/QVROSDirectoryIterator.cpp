@@ -15,7 +15,9 @@ namespace {
 constexpr const char* kSource = "QVRSystem/QVRFileUtilsMD.m/src/QVROSDirectoryIterator";
 constexpr char kBackslash = '\\';
 
-bool isDots(std::string_view name) { return name == "." || name == ".."; }
+bool isDots(const char* name) {
+  return name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'));
+}
 
 /// Adds the separator that entries' names follow.
 void endWithSeparator(std::string& path) {
@@ -44,9 +46,9 @@ struct QVROSDirectoryIterator::Level {
   /// names: a path follows links, expands what stands between percent signs, and
   /// takes a backslash for a separator.
   bool knowsType() const {
-    const std::string_view name = entry.name;
     return entry.type != qvr::EntryType::kUnknown && entry.type != qvr::EntryType::kLink &&
-           !hasPercent && name.find('%') == name.npos && name.find(kBackslash) == name.npos;
+           !hasPercent && std::strchr(entry.name, '%') == nullptr &&
+           std::strchr(entry.name, kBackslash) == nullptr;
   }
 
   qvr::DirectoryReader reader;
@@ -101,7 +103,9 @@ bool QVROSDirectoryIterator::skip() {
 QVROSPath QVROSDirectoryIterator::operator*() const { return getCurrentFile(); }
 
 QVROSPath QVROSDirectoryIterator::getCurrentFile() const {
-  return !initialised_ || atEnd_ || levels_.empty() ? QVROSPath("") : QVROSPath(entryPath());
+  QVROSPath path("");
+  if (initialised_ && !atEnd_ && !levels_.empty()) path.path_ = entryPath();
+  return path;
 }
 
 bool QVROSDirectoryIterator::setToEnd() {
@@ -231,7 +235,7 @@ bool QVROSDirectoryIterator::isToBeEntered() const {
   if (isDots(level.entry.name)) return false;
   if (level.knowsType()) return level.entry.type != qvr::EntryType::kRegular;
   const QVROSPath path = getCurrentFile();
-  return !isDots(path.basename()) && !path.isRegularFile();
+  return !isDots(path.basename().c_str()) && !path.isRegularFile();
 }
 
 /// Goes on behind the current entry, in its directory or in those above.
