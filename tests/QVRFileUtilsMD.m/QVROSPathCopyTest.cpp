@@ -69,7 +69,7 @@ const struct Operation {
 
 TEST(QVROSPathCopyTest, CopyTakesAllBytesAndKeepsTheSource) {
   const TemporaryDirectory directory;
-  for (const std::size_t size : {0, 1, 4096, 16384, 16385, 3 << 20}) {
+  for (const std::size_t size : {0u, 1u, 4096u, 16384u, 16385u, 3u << 20}) {
     const std::string bytes = manyBytes(size);
     const std::string source = directory.makeFile("source", bytes);
 

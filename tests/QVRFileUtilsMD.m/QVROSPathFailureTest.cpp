@@ -134,7 +134,7 @@ TEST_F(QVROSPathFailureTest, FileThatAppearsMeanwhileIsNotTakenForANewOne) {
 
 TEST_F(QVROSPathFailureTest, NoDescriptorStaysOpenWhereOneFileCannotBeOpened) {
   const std::ptrdiff_t before = openDescriptors();
-  for (const std::size_t call : {1, 2}) {
+  for (const std::size_t call : {1u, 2u}) {
     for (const auto operation : {&QVROSPath::copy, &QVROSPath::move}) {
       const PlatformPlan plan("openFile", EMFILE, call);
       expectPathFailure<QVREAccessDenied>([&] { (source_.*operation)(target_, kOverwrite); },
@@ -169,7 +169,7 @@ TEST_F(QVROSPathFailureTest, EveryWayOfPassingBytesTakesAllOfThem) {
 TEST_F(QVROSPathFailureTest, BytesThatCannotAllBePassedKeepTheSourceOfAMove) {
   const PlatformPlan range("copyRange", ENOSPC);
   const PlatformPlan send("sendRange", ENOSPC);
-  for (const std::size_t call : {1, 3}) {
+  for (const std::size_t call : {1u, 3u}) {
     const PlatformPlan pass("passBytes", ENOSPC, call);
     expectPathFailure<QVREAccessDenied>([&] { source_.move(target_, kOverwrite); },
                                         "Can not remove origonal, action was that of copy");
