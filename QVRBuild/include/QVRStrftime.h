@@ -12,7 +12,8 @@
 ///
 /// The wide form takes and gives UTF-16 and converts none of it through a narrow
 /// encoding: whatever stands between the conversions comes out as it is, lone
-/// surrogates included. A conversion letter outside ASCII is no conversion.
+/// surrogates included. Only a time whose month or weekday has no name goes
+/// through the locale's encoding, and is "?" where that has not all characters.
 ///
 /// Any thread may call it. `%Z` and `%s` look at TZ as localtime() does.
 /// @throws std::bad_alloc if there is no memory for the text.

@@ -1,11 +1,13 @@
 #include "QVRStrftime.h"
 
+#include <cstdlib>
 #include <cwchar>
 #include <string_view>
 
 namespace {
 
 constexpr std::size_t kUsualSize = 256;
+constexpr auto kNotConverted = static_cast<std::size_t>(-1);
 
 std::size_t write(char* to, std::size_t size, const char* format, const std::tm& time) {
   return std::strftime(to, size, format, &time);
@@ -46,6 +48,21 @@ bool isPair(char16_t first, char16_t second) {
   return first >= kFirstHigh && first < kFirstLow && second >= kFirstLow && second < kPastLow;
 }
 
+// The C library's wide form reads far beyond the "?" that stands for the name of
+// what is no month or weekday; its narrow form does not.
+bool hasNames(const std::tm& time) {
+  return time.tm_mon >= 0 && time.tm_mon < 12 && time.tm_wday >= 0 && time.tm_wday < 7;
+}
+
+std::wstring formattedAsNarrow(const std::wstring& format, const std::tm& time) {
+  std::string narrow(format.size() * MB_CUR_MAX + 1, '\0');
+  if (std::wcstombs(narrow.data(), format.c_str(), narrow.size()) == kNotConverted) return L"?";
+  const std::string text = formatted(narrow.c_str(), time);
+  std::wstring wide(text.size() + 1, L'\0');
+  const std::size_t length = std::mbstowcs(wide.data(), text.c_str(), wide.size());
+  return length == kNotConverted ? L"?" : wide.substr(0, length);
+}
+
 // The C library's wide characters are whole code points.
 std::wstring toWide(std::u16string_view text) {
   std::wstring result;
@@ -79,5 +96,6 @@ std::u16string toUtf16(std::wstring_view text) {
 std::string QVRStrftime(const char* format, const std::tm& time) { return formatted(format, time); }
 
 std::u16string QVRStrftime(const char16_t* format, const std::tm& time) {
-  return toUtf16(formatted(toWide(format).c_str(), time));
+  const std::wstring wide = toWide(format);
+  return toUtf16(hasNames(time) ? formatted(wide.c_str(), time) : formattedAsNarrow(wide, time));
 }

@@ -53,7 +53,11 @@ class QVRSYSTEM_API QVRSysDate {
   /// Each sets the date and says whether there is such a one; if not, the date is
   /// invalid. The days 5 to 14 October 1582, which the reform skipped, are taken
   /// as Gregorian ones.
-  bool setDate(int dayNumber) noexcept;
+  bool setDate(int dayNumber) noexcept {
+    const bool valid = static_cast<unsigned>(dayNumber) < kFirstInvalid;
+    dayNumber_ = valid ? dayNumber : kInvalid;
+    return valid;
+  }
   bool setDate(int dayOfYear, int year) noexcept;
   bool setDate(int day, int month, int year) noexcept;
 
@@ -177,12 +181,15 @@ class QVRSYSTEM_API QVRSysDate {
   static int CalcJulian(int day, int month, int year) noexcept;
   static int CalcJulian(int dayOfYear, int year) noexcept;
 
-  /// The date of a day number from -32082 on; below, the fields mean nothing.
+  /// The date of a day number between -32082 and 1073709779; of any other, the
+  /// fields mean nothing.
   static void CalcGregorian(DateType& date, int dayNumber) noexcept;
 
  private:
   static constexpr int kInvalid = -1;
+  static constexpr unsigned kFirstInvalid = 5373485;  // every number outside is above,
 
+  bool setUnusualDate(int day, int month, int year) noexcept;
   QVRSysDate& moveBy(std::int64_t days) noexcept;
   DateType date() const noexcept;
 

@@ -19,41 +19,104 @@ constexpr int kLastJulianYear = 1582;
 // Years counted with a year 0, which is 1 BC.
 constexpr int astronomical(int year) noexcept { return year < 0 ? year + 1 : year; }
 
-constexpr std::int64_t inGregorian(std::int64_t julian, std::int64_t year) noexcept {
+constexpr bool isWithin(int value, int first, int last) noexcept {
+  return value >= first && value <= last;
+}
+
+constexpr std::int64_t withReform(std::int64_t julian, std::int64_t year) noexcept {
   return julian < kFirstGregorianDay ? julian : julian + year / 400 - year / 100 + 38;
 }
 
-// In 64 bits no argument overflows. Where the caller has checked the arguments,
-// the compiler knows that nothing is negative and divides by multiplying.
-constexpr std::int64_t dayNumberOf(std::int64_t day, std::int64_t month, int year) noexcept {
+// For any arguments: in 64 bits none overflows.
+constexpr int dayNumberOf(std::int64_t day, std::int64_t month, int year) noexcept {
   const std::int64_t a = (14 - month) / 12;
   const std::int64_t y = astronomical(year) + INT64_C(4800) - a;
   const std::int64_t m = month + 12 * a - 3;
-  return inGregorian(day + (153 * m + 2) / 5 + 365 * y + y / 4 - 32083, y);
+  return static_cast<int>(withReform(day + (153 * m + 2) / 5 + 365 * y + y / 4 - 32083, y));
 }
 
-constexpr std::int64_t dayNumberOf(std::int64_t dayOfYear, int year) noexcept {
+constexpr int dayNumberOf(std::int64_t dayOfYear, int year) noexcept {
   const std::int64_t y = astronomical(year) + INT64_C(4799);
-  return inGregorian(dayOfYear + 365 * y + y / 4 - 31777, y);
+  return static_cast<int>(withReform(dayOfYear + 365 * y + y / 4 - 31777, y));
+}
+
+/// What the Gregorian formula makes of a month, once and for all.
+struct Month {
+  std::uint16_t days;        // without the leap day
+  std::uint16_t yearOffset;  // to a year that begins on 1 March, from -4800
+  std::int32_t dayOffset;    // to the first day of the month in such a year
+};
+
+constexpr Month kMonths[] = {
+    {31, 4799, 306 - 32045}, {28, 4799, 337 - 32045}, {31, 4800, 0 - 32045},
+    {30, 4800, 31 - 32045},  {31, 4800, 61 - 32045},  {30, 4800, 92 - 32045},
+    {31, 4800, 122 - 32045}, {31, 4800, 153 - 32045}, {30, 4800, 184 - 32045},
+    {31, 4800, 214 - 32045}, {30, 4800, 245 - 32045}, {31, 4800, 275 - 32045}};
+
+// The day number of nearly every date that callers set: one in a year after that
+// of the reform, other than 29 February. -1 for all others, good or bad.
+constexpr int usualDayNumberOf(int day, int month, int year) noexcept {
+  if (!isWithin(year, kLastJulianYear + 1, kLastYear) || !isWithin(month, 1, 12)) return -1;
+  const Month& facts = kMonths[month - 1];
+  if (static_cast<unsigned>(day) - 1 >= facts.days) return -1;
+  const auto y = static_cast<std::uint32_t>(year + facts.yearOffset);
+  const std::uint32_t century = y / 100;
+  return static_cast<int>(1461 * y / 4 - century + century / 4) + facts.dayOffset + day;
+}
+
+struct CalendarDay {
+  int day;
+  int month;
+  int year;  // counted with a year 0
+};
+
+// The day of that quarter of a day in a century (Gregorian) or in all time (Julian),
+// by years that begin on 1 March and so end with the leap day. Quotient and
+// remainder of a day by the length of a year, and of a day of the year by that of
+// a month, come out of one product each: C. Neri, L. Schneider, "Euclidean affine
+// functions and their application to calendar algorithms".
+constexpr CalendarDay dayOf(std::uint32_t century, std::uint32_t quarterDay) noexcept {
+  constexpr std::uint32_t kYearFactor = 2939745;  // 2^32 / 1461, rounded up
+  constexpr std::uint32_t kDaysUntilJanuary = 306;
+  const std::uint64_t years = std::uint64_t{kYearFactor} * quarterDay;
+  const std::uint32_t dayOfYear = static_cast<std::uint32_t>(years) / kYearFactor / 4;
+  const std::uint32_t months = 2141 * dayOfYear + 197913;
+  // A number, for a branch on random days is guessed wrong too often.
+  const std::uint32_t yearsCarried = (dayOfYear + 512 - kDaysUntilJanuary) / 512;
+  const std::uint32_t year = 100 * century + static_cast<std::uint32_t>(years >> 32);
+  return {static_cast<int>((months & 0xFFFF) / 2141 + 1),
+          static_cast<int>((months >> 16) - 12 * yearsCarried),
+          static_cast<int>(year + yearsCarried - 4800)};
+}
+
+constexpr CalendarDay dayOf(int dayNumber) noexcept {
+  constexpr std::uint32_t kFourCenturies = 4 * 36524 + 1;
+  const auto j = static_cast<std::uint32_t>(dayNumber);
+  if (dayNumber >= kFirstGregorianDay) [[likely]] {
+    const std::uint32_t quarterDay = 4 * (j + 32044) + 3;
+    return dayOf(quarterDay / kFourCenturies, quarterDay % kFourCenturies | 3);
+  }
+  CalendarDay date = dayOf(0, 4 * (j + 32082) + 3);
+  if (date.year < 1) --date.year;
+  return date;
 }
 
 }  // namespace
 
-bool QVRSysDate::setDate(int dayNumber) noexcept {
-  const bool valid = IsJulianDay(dayNumber);
-  dayNumber_ = valid ? dayNumber : kInvalid;
-  return valid;
-}
-
 bool QVRSysDate::setDate(int dayOfYear, int year) noexcept {
   const bool valid = IsDayInYear(dayOfYear, year);
-  dayNumber_ = valid ? CalcJulian(dayOfYear, year) : kInvalid;
+  dayNumber_ = valid ? dayNumberOf(dayOfYear, year) : kInvalid;
   return valid;
 }
 
 bool QVRSysDate::setDate(int day, int month, int year) noexcept {
+  dayNumber_ = usualDayNumberOf(day, month, year);
+  return isValid() || setUnusualDate(day, month, year);
+}
+
+bool QVRSysDate::setUnusualDate(int day, int month, int year) noexcept {
   const bool valid = IsDayInMonth(day, month, year);
-  dayNumber_ = valid ? static_cast<int>(dayNumberOf(day, month, year)) : kInvalid;
+  dayNumber_ = valid ? dayNumberOf(day, month, year) : kInvalid;
   return valid;
 }
 
@@ -85,8 +148,8 @@ void QVRSysDate::getDate(int& dayOfYear, int& year) const noexcept {
 }
 
 void QVRSysDate::getDate(int& day, int& month, int& year) const noexcept {
-  const DateType date = this->date();
-  day = date.dayOfMonth;
+  const CalendarDay date = dayOf(dayNumber_);
+  day = date.day;
   month = date.month;
   year = date.year;
 }
@@ -221,16 +284,14 @@ QVRSysDate QVRSysDate::prevDate(int dayOfWeek) const noexcept {
   return *this - daysBack;
 }
 
-bool QVRSysDate::IsJulianDay(int dayNumber) noexcept {
-  return dayNumber >= 0 && dayNumber <= kLastDay;
-}
+bool QVRSysDate::IsJulianDay(int dayNumber) noexcept { return isWithin(dayNumber, 0, kLastDay); }
 
-bool QVRSysDate::IsDayInWeek(int dayOfWeek) noexcept { return dayOfWeek >= 1 && dayOfWeek <= 7; }
+bool QVRSysDate::IsDayInWeek(int dayOfWeek) noexcept { return isWithin(dayOfWeek, 1, 7); }
 
-bool QVRSysDate::IsMonth(int month) noexcept { return month >= 1 && month <= 12; }
+bool QVRSysDate::IsMonth(int month) noexcept { return isWithin(month, 1, 12); }
 
 bool QVRSysDate::IsYear(int year) noexcept {
-  return year >= kFirstYear && year <= kLastYear && year != 0;
+  return isWithin(year, kFirstYear, kLastYear) && year != 0;
 }
 
 bool QVRSysDate::IsEra(int era) noexcept { return era == 0 || era == 1; }
@@ -242,19 +303,18 @@ bool QVRSysDate::IsLeapYear(int year) noexcept {
 }
 
 bool QVRSysDate::IsDayInYear(int dayOfYear, int year) noexcept {
-  return IsYear(year) && dayOfYear >= 1 && dayOfYear <= DaysInYear(year);
+  return IsYear(year) && isWithin(dayOfYear, 1, DaysInYear(year));
 }
 
 bool QVRSysDate::IsDayInMonth(int day, int month, int year) noexcept {
-  return IsMonth(month) && IsYear(year) && day >= 1 && day <= DaysInMonth(month, year);
+  return IsMonth(month) && IsYear(year) && isWithin(day, 1, DaysInMonth(month, year));
 }
 
 int QVRSysDate::DaysInYear(int year) noexcept { return IsLeapYear(year) ? 366 : 365; }
 
 int QVRSysDate::DaysInMonth(int month, int year) noexcept {
-  static constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
   if (!IsMonth(month)) return 0;
-  return month == 2 && IsLeapYear(year) ? 29 : kDays[month - 1];
+  return kMonths[month - 1].days + (month == 2 && IsLeapYear(year) ? 1 : 0);
 }
 
 std::string QVRSysDate::MonthName(int month, bool full) {
@@ -299,27 +359,16 @@ int QVRSysDate::DaysBeforeMonth(int month, int year) noexcept {
 }
 
 int QVRSysDate::CalcJulian(int day, int month, int year) noexcept {
-  return static_cast<int>(dayNumberOf(day, month, year));
+  return dayNumberOf(day, month, year);
 }
 
 int QVRSysDate::CalcJulian(int dayOfYear, int year) noexcept {
-  return static_cast<int>(dayNumberOf(dayOfYear, year));
+  return dayNumberOf(dayOfYear, year);
 }
 
 void QVRSysDate::CalcGregorian(DateType& date, int dayNumber) noexcept {
-  const std::int64_t j = dayNumber;
-  const bool gregorian = dayNumber >= kFirstGregorianDay;
-  const std::int64_t a = j + 32044;
-  const std::int64_t b = gregorian ? (4 * a + 3) / 146097 : 0;
-  const std::int64_t c = gregorian ? a - 146097 * b / 4 : j + 32082;
-  const std::int64_t d = (4 * c + 3) / 1461;
-  const std::int64_t e = c - 1461 * d / 4;
-  const std::int64_t m = (5 * e + 2) / 153;
-  const std::int64_t year = 100 * b + d - 4800 + m / 10;
-  date.dayOfMonth = static_cast<int>(e - (153 * m + 2) / 5 + 1);
-  date.month = static_cast<int>(m + 3 - 12 * (m / 10));
-  date.year = static_cast<int>(year < 1 ? year - 1 : year);
-  date.dayOfYear = DaysBeforeMonth(date.month, date.year) + date.dayOfMonth;
+  const CalendarDay day = dayOf(dayNumber);
+  date = {day.day, day.month, day.year, DaysBeforeMonth(day.month, day.year) + day.day};
 }
 
 QVRSysDate& QVRSysDate::moveBy(std::int64_t days) noexcept {
