@@ -1,7 +1,7 @@
 // Diagnostic lines, switched through the environment.
 #pragma once
 
-#include <iosfwd>
+#include <ostream>
 #include <string>
 
 #include "QVRSysFastMutexLock.h"

@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <memory>
-#include <ostream>
 #include <streambuf>
 #include <string_view>
 #include <vector>
