@@ -1,6 +1,11 @@
 // Every public header of the library.
 #pragma once
 
+#include "QVRBasicStringMsg.h"
+#include "QVRCurrency.h"
+#include "QVRCurrencyMsg.h"
+#include "QVRDateMsg.h"
+#include "QVRDateTimeMsg.h"
 #include "QVREAccessDenied.h"
 #include "QVREAlreadyExists.h"
 #include "QVREAlreadyInUse.h"
@@ -55,6 +60,10 @@
 #include "QVREZeroVector.h"
 #include "QVRException.h"
 #include "QVRLocale.h"
+#include "QVRMessage.h"
+#include "QVRMsgBase.h"
+#include "QVRMsgData.h"
+#include "QVRNumericMsg.h"
 #include "QVROSDirectory.h"
 #include "QVROSDirectoryIterator.h"
 #include "QVROSPath.h"
@@ -68,6 +77,7 @@
 #include "QVRSysTimedMutexLock.h"
 #include "QVRSystemExport.h"
 #include "QVRThreadAnnotations.h"
+#include "QVRTimeMsg.h"
 #include "QVRTraceCall.h"
 #include "QVRTraceLog.h"
 #include "QVRTypes.h"
