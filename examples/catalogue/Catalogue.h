@@ -1,0 +1,62 @@
+// What a walk over a directory tree has found.
+#pragma once
+
+#include <cstdint>
+#include <exception>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "QVRSysDate.h"
+
+namespace catalogue {
+
+struct Totals {
+  std::uint64_t directories = 0;  ///< the given one included
+  std::uint64_t regularFiles = 0;
+  std::uint64_t otherEntries = 0;  ///< links, sockets, pipes, devices
+  std::uint64_t bytes = 0;         ///< of the regular files
+};
+
+struct FilesAndBytes {
+  std::uint64_t files = 0;
+  std::uint64_t bytes = 0;
+};
+
+/// Nothing stands for the files whose year is not known.
+using Years = std::map<std::optional<int>, FilesAndBytes>;
+
+struct LargeFile {
+  std::string path;
+  std::uint64_t bytes = 0;
+  QVRSysDate modified;  ///< invalid where it is not known
+};
+
+struct Unreadable {
+  std::string path;
+  std::string error;  ///< the exception's class
+  std::string what;
+  std::string where;
+};
+
+/// Paths are texts with forward slashes.
+struct Catalogue {
+  Totals totals;
+  Years byYear;
+  /// At most ten; the largest first, equal ones in the byte order of their paths.
+  std::vector<LargeFile> largest;
+  /// In the order of the walk until sortUnreadable() puts them in the byte order
+  /// of their paths.
+  std::vector<Unreadable> unreadable;
+  double elapsedSeconds = 0;
+
+  /// Adds what was read of a regular file; totals.regularFiles is not touched.
+  void addFile(const std::string& path, std::uint64_t bytes, const QVRSysDate& modified);
+
+  void addUnreadable(const std::string& path, const std::exception& failure);
+
+  void sortUnreadable();
+};
+
+}  // namespace catalogue

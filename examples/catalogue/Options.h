@@ -1,0 +1,26 @@
+// The command line of the catalogue program.
+#pragma once
+
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+namespace catalogue {
+
+enum class Format { Text, Csv, Json };
+
+struct Options {
+  Format format = Format::Text;
+  std::string directory = ".";
+  bool help = false;
+};
+
+/// @param arguments those of the program, its own name not among them.
+/// @return options whose directory is there, unless help is asked for.
+/// @throws QVREInvalidArgument, QVREDoesNotExist, QVREAccessDenied with a text
+///   of one line for the user.
+Options readOptions(const std::vector<std::string>& arguments);
+
+void writeHelp(std::ostream& out);
+
+}  // namespace catalogue

@@ -1,0 +1,97 @@
+#include <cstdint>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "Printable.h"
+#include "QVRMessage.h"
+#include "Report.h"
+
+namespace catalogue {
+namespace {
+
+constexpr char kSource[] = "examples/catalogue/TextReport";
+
+constexpr unsigned kLabelWidth = 16;
+constexpr unsigned kDateWidth = 10;
+constexpr unsigned kCountWidth = 12;
+constexpr unsigned kBytesWidth = 20;
+
+QVRMessage row(const wchar16* format, int line) { return {format, kSource, line}; }
+
+void writeTotal(const wchar16* label, std::uint64_t value, std::ostream& out) {
+  QVRMessage message = row(u"%1%2\n", __LINE__);
+  message << QVRSetWidth(kLabelWidth) << QVRSetAlignment(QVRMsgBase::AlignLeft) << label
+          << QVRSetWidth(kBytesWidth) << value;
+  out << message;
+}
+
+void writeTotals(const Totals& totals, std::ostream& out) {
+  writeTotal(u"directories", totals.directories, out);
+  writeTotal(u"regular files", totals.regularFiles, out);
+  writeTotal(u"other entries", totals.otherEntries, out);
+  writeTotal(u"bytes", totals.bytes, out);
+}
+
+template <class Number>
+void writeYear(const std::string& year, const Number& files, const Number& bytes,
+               std::ostream& out) {
+  QVRMessage message = row(u"%1%2%3\n", __LINE__);
+  message << QVRSetWidth(kDateWidth) << year << QVRSetWidth(kCountWidth) << files
+          << QVRSetWidth(kBytesWidth) << bytes;
+  out << message;
+}
+
+void writeYears(const Years& years, std::ostream& out) {
+  if (years.empty()) return;
+  out << '\n';
+  writeYear<std::string>("year", "files", "bytes", out);
+  for (const auto& [year, of] : years) {
+    writeYear(year ? std::to_string(*year) : "unknown", of.files, of.bytes, out);
+  }
+}
+
+// The path comes apart from the message, since no locale need be able to read it.
+template <class Bytes>
+void writeFile(const Bytes& bytes, const std::string& date, const std::string& path,
+               std::ostream& out) {
+  QVRMessage message = row(u"%1  %2  ", __LINE__);
+  message << QVRSetWidth(kBytesWidth) << bytes << QVRSetWidth(kDateWidth)
+          << QVRSetAlignment(QVRMsgBase::AlignLeft) << date;
+  out << message << path << '\n';
+}
+
+void writeLargest(const std::vector<LargeFile>& files, std::ostream& out) {
+  if (files.empty()) return;
+  out << '\n';
+  writeFile(u"bytes", "date", "largest files", out);
+  for (const LargeFile& file : files) {
+    const std::string date = isoDate(file.modified);
+    writeFile(file.bytes, date.empty() ? "unknown" : date, printable(file.path), out);
+  }
+}
+
+void writeUnreadable(const std::vector<Unreadable>& entries, std::ostream& out) {
+  if (entries.empty()) return;
+  out << "\nnot readable: " << entries.size() << '\n';
+  for (const Unreadable& entry : entries) {
+    out << "  " << printable(entry.path) << '\n'
+        << "    " << entry.error << ": " << printable(entry.what) << '\n'
+        << "    at " << entry.where << '\n';
+  }
+}
+
+}  // namespace
+
+void writeText(const Catalogue& catalogue, std::ostream& out) {
+  writeTotals(catalogue.totals, out);
+  writeYears(catalogue.byYear, out);
+  writeLargest(catalogue.largest, out);
+  writeUnreadable(catalogue.unreadable, out);
+
+  QVRMessage elapsed = row(u"\nelapsed: %1 s\n", __LINE__);
+  elapsed << std::to_string(catalogue.elapsedSeconds);
+  out << elapsed;
+}
+
+}  // namespace catalogue
