@@ -8,11 +8,10 @@
 /// Measures elapsed time with the system's high-resolution counter or, where the
 /// system has none, with its millisecond tick count, which wraps every 49.7 days.
 ///
-/// | state   | start()          | stop()             | reset()             |
-/// |---------|------------------|--------------------|---------------------|
-/// | stopped | afresh; running  | nothing            | reads zero          |
-/// | running | nothing          | reading is fixed   | stopped, reads as   |
-/// |         |                  |                    | if started then     |
+/// | state   | start()         | stop()           | reset()             |
+/// |---------|-----------------|------------------|---------------------|
+/// | stopped | runs, from zero | nothing          | reads zero          |
+/// | running | nothing         | reading is fixed | stops, reads zero   |
 ///
 /// Nothing here throws.
 ///
@@ -27,7 +26,6 @@ class QVRSYSTEM_API QVRStopwatch {
 
   void start() noexcept;
   void stop() noexcept;
-  /// Stops, and reads zero from now on.
   void reset() noexcept;
   bool isRunning() const noexcept { return running_; }
 
@@ -49,6 +47,8 @@ class QVRSYSTEM_API QVRStopwatch {
   static bool _UsingGetTickCount;
 
  private:
+  friend struct QVRStopwatchTestAccess;
+
   std::int64_t elapsedCounts() const noexcept;
 
   std::int64_t start_ = 0;
