@@ -11,6 +11,10 @@ namespace qvr::QVR_PLATFORM {
 /// text lives as long as that locale is in use.
 int codeset(const char*& name) noexcept;
 
+/// What strftime() writes for %p in the calling thread's locale, before noon or
+/// from noon on. The text lives as long as that locale is in use.
+int halfOfDay(bool isAfternoon, const char*& name) noexcept;
+
 /// Tells by 0 that there is a locale of that name for all categories, without
 /// making it anybody's. Names are those that setlocale() takes.
 int probeLocale(const char* name) noexcept;

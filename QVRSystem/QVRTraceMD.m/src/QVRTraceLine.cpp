@@ -1,14 +1,14 @@
 #include "QVRTraceLine.h"
 
 #include <algorithm>
-#include <cstring>
+#include <charconv>
 
 namespace qvr::trace {
 
-void LineBuffer::append(std::string_view text) {
-  if (text.size() > static_cast<std::size_t>(epptr() - pptr())) grow(text.size());
-  std::memcpy(pptr(), text.data(), text.size());
-  truncate(length() + text.size());
+void LineBuffer::append(std::int64_t number) {
+  constexpr std::size_t kMaxLength = 20;  // of the smallest number
+  char* const end = room(kMaxLength);
+  setp(std::to_chars(end, end + kMaxLength, number).ptr, epptr());
 }
 
 std::streamsize LineBuffer::xsputn(const char* text, std::streamsize count) {
@@ -18,8 +18,7 @@ std::streamsize LineBuffer::xsputn(const char* text, std::streamsize count) {
 
 LineBuffer::int_type LineBuffer::overflow(int_type character) {
   if (!traits_type::eq_int_type(character, traits_type::eof())) {
-    const char added = traits_type::to_char_type(character);
-    append({&added, 1});
+    append(traits_type::to_char_type(character));
   }
   return traits_type::not_eof(character);
 }
@@ -41,11 +40,15 @@ Line& Line::begin() {
   return *this;
 }
 
+void Line::forgetErrors() {
+  if (!stream.good()) stream.clear();
+}
+
 Line& Line::end() noexcept {
   constexpr std::streamsize kDefaultPrecision = 6;
   buffer.truncate(0);
-  stream.exceptions(std::ios_base::goodbit);
-  stream.clear();
+  if (stream.exceptions() != std::ios_base::goodbit) stream.exceptions(std::ios_base::goodbit);
+  forgetErrors();
   stream.flags(std::ios_base::dec | std::ios_base::skipws);
   stream.precision(kDefaultPrecision);
   stream.width(0);

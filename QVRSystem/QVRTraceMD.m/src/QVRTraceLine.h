@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <memory>
 #include <streambuf>
 #include <string_view>
@@ -20,7 +22,15 @@ class LineBuffer : public std::streambuf {
   std::size_t length() const noexcept { return static_cast<std::size_t>(pptr() - storage_.data()); }
 
   /// @throws std::bad_alloc; the text is as it was.
-  void append(std::string_view text);
+  void append(std::string_view text) {
+    char* const end = room(text.size());
+    std::memcpy(end, text.data(), text.size());
+    setp(end + text.size(), epptr());
+  }
+
+  /// As above.
+  void append(char character) { append(std::string_view(&character, 1)); }
+  void append(std::int64_t number);
 
   void truncate(std::size_t length) noexcept {
     // The last byte is kept for the zero behind the text.
@@ -40,6 +50,12 @@ class LineBuffer : public std::streambuf {
  private:
   static constexpr std::size_t kInitialSize = 256;
 
+  /// Where `count` bytes more can be written.
+  char* room(std::size_t count) {
+    if (count > static_cast<std::size_t>(epptr() - pptr())) [[unlikely]]
+      grow(count);
+    return pptr();
+  }
   void grow(std::size_t count);
 
   std::vector<char> storage_;
@@ -58,6 +74,8 @@ class Line {
   /// Ends the line: its text is gone, its stream as new.
   /// @return the line that goes on now.
   Line& end() noexcept;
+
+  void forgetErrors();
 
   QVRTraceLevel level = QVRTraceLevelUnspec;
   LineBuffer buffer;
