@@ -16,6 +16,7 @@
 
 #include "QVREOpenFailed.h"
 #include "support/ExpectFailure.h"
+#include "support/OrdinaryUser.h"
 #include "support/ScopedEnvironment.h"
 #include "support/ScopedLocale.h"
 #include "support/TemporaryDirectory.h"
@@ -216,7 +217,7 @@ TEST(QVROSDirectoryIteratorTest, RootKeepsTheTextThatWasGiven) {
 TEST(QVROSDirectoryIteratorTest, NamesKeepTheirBytesInEveryLocale) {
   const TemporaryDirectory place;
   const Names expected{".", "..", "a\nb", "d\xe9", "d\xe9/f\x80", "\xc3\xa9", "\xff\xfe bytes"};
-  for (const std::size_t file : {2, 4, 5, 6}) place.makeFile(expected[file]);
+  for (const std::size_t file : {2u, 4u, 5u, 6u}) place.makeFile(expected[file]);
 
   for (const char* locale : {"C", "C.UTF-8"}) {
     const ScopedLocale scope(locale);
@@ -433,6 +434,26 @@ TEST(QVROSDirectoryIteratorTest, FailedAdvanceStaysAtItsEntry) {
   }
   EXPECT_EQ(sorted(walk(place, RECURSIVE)), (Names{".", "..", "dangling (not entered)",
                                                    "fifo (not entered)", "loop (not entered)"}));
+}
+
+TEST(QVROSDirectoryIteratorTest, DirectoryWithoutPermissionIsNotEntered) {
+  const TemporaryDirectory place;
+  std::filesystem::permissions(place.path(), std::filesystem::perms(0755));
+  place.makeFile("closed/f");
+  place.makeFile("listed/f");  // its entries are seen and cannot be reached
+  place.makeFile("listed/d/f");
+  std::filesystem::permissions(place / "closed", std::filesystem::perms(0));
+  std::filesystem::permissions(place / "listed", std::filesystem::perms(0444));
+
+  asOrdinaryUser([&] {
+    EXPECT_EQ(sorted(walk(place, RECURSIVE)),
+              (Names{".", "..", "closed (not entered)", "listed", "listed/.", "listed/..",
+                     "listed/d (not entered)", "listed/f"}));
+  });
+
+  for (const char* name : {"closed", "listed"}) {
+    std::filesystem::permissions(place / name, std::filesystem::perms(0700));
+  }
 }
 
 TEST(QVROSDirectoryIteratorTest, FailedAdvanceSucceedsOnceTheEntryCanBeEntered) {

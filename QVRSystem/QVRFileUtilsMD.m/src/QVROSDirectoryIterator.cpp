@@ -226,7 +226,8 @@ std::string QVROSDirectoryIterator::entryPath() const {
   if (name.front() == kBackslash) name.remove_prefix(1);  // prefix_ ends with a separator
   std::string path;
   path.reserve(prefix_.size() + name.size());
-  return path.append(prefix_).append(name);
+  path.append(prefix_).append(name);
+  return path;
 }
 
 /// Whether a recursive walk goes on within the current entry.
