@@ -22,6 +22,7 @@
 /// What asks for local time follows TZ as QVRLocalTime() does.
 class QVRSYSTEM_API QVRSysTime {
  public:
+  /// The fields of one time.
   struct TimeInfo {
     int hour;
     int minute;
