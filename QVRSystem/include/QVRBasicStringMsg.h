@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "QVRMsgData.h"
 
@@ -13,6 +14,8 @@ template <class C>
 class QVRSYSTEM_API QVRBasicStringMsg : public QVRMsgData {
  public:
   explicit QVRBasicStringMsg(const std::basic_string<C>& value);
+  QVRBasicStringMsg(const QVRBasicStringMsg& other);
+  QVRBasicStringMsg& operator=(const QVRBasicStringMsg& other);
 
   QVRMsgData* clone() const override;
 
@@ -21,7 +24,13 @@ class QVRSYSTEM_API QVRBasicStringMsg : public QVRMsgData {
   std::u16string scribe(const QVRLocale& locale) const override;
 
  private:
-  std::basic_string<C> value_;
+  friend class qvr::internal::MessageStore;
+  struct Borrowed {};
+
+  QVRBasicStringMsg(Borrowed, std::basic_string_view<C> text) : text_(text) {}
+
+  std::basic_string<C> value_;      // empty where the text is borrowed
+  std::basic_string_view<C> text_;  // with a zero behind it
 };
 
 extern template class QVRBasicStringMsg<char>;

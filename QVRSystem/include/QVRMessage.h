@@ -1,11 +1,9 @@
 // Texts with numbered placeholders and typed arguments.
 #pragma once
 
-#include <cstddef>
 #include <iosfwd>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "QVRMsgData.h"
 
@@ -30,7 +28,9 @@ struct tm;
 /// @par Thread safety
 /// A message is used by one thread at a time.
 /// @par Cost
-/// The list holds 32 arguments from the start, and then grows by 32.
+/// One block of memory holds the format, a list for 32 arguments, and the first
+/// few arguments that operators stream. Further arguments are allocated one by
+/// one; the list grows by 32.
 class QVRSYSTEM_API QVRMessage : public QVRMsgData {
  public:
   /// Copies the format; null is the empty text. The source file and line are
@@ -65,17 +65,11 @@ class QVRSYSTEM_API QVRMessage : public QVRMsgData {
   /// The text in the process's global locale.
   virtual std::u16string scribe();
 
-  std::u16string getFormatStr() const { return format_; }
+  std::u16string getFormatStr() const;
 
  private:
-  using Arguments = std::vector<std::unique_ptr<QVRMsgData>>;
-
-  static Arguments copyOf(const Arguments& arguments);
-  std::size_t scribePlaceholder(std::size_t start, const QVRLocale& locale,
-                                std::u16string& text) const;
-
-  std::u16string format_;
-  Arguments arguments_;
+  // Null in a message that was moved from: no format, no arguments.
+  std::unique_ptr<qvr::internal::MessageStore> store_;
 };
 
 /// Each adds one argument with default settings and returns the message. A null

@@ -7,6 +7,10 @@
 
 class QVRLocale;
 
+namespace qvr::internal {
+class MessageStore;
+}
+
 /// One argument of a message: a value, which derived classes hold, and the six
 /// settings with which it becomes text. Nothing is formatted before scribe().
 ///
@@ -34,32 +38,35 @@ class QVRSYSTEM_API QVRMsgData : public QVRMsgBase {
   virtual std::u16string scribe(const QVRLocale& locale) const = 0;
 
   /// The least length of the text, in code units.
-  unsigned getWidth() const { return width_; }
-  void setWidth(unsigned width) { width_ = width; }
+  unsigned getWidth() const { return settings_.width; }
+  void setWidth(unsigned width) { settings_.width = width; }
 
   /// What fills up a text shorter than the width.
-  wchar16 getFill() const { return fill_; }
-  void setFill(wchar16 fill) { fill_ = fill; }
+  wchar16 getFill() const { return settings_.fill; }
+  void setFill(wchar16 fill) { settings_.fill = fill; }
 
   /// A value that AlignmentType does not name switches the filling off.
-  AlignmentType getAlignment() const { return alignment_; }
-  void setAlignment(AlignmentType alignment) { alignment_ = alignment; }
+  AlignmentType getAlignment() const { return settings_.alignment; }
+  void setAlignment(AlignmentType alignment) { settings_.alignment = alignment; }
 
   /// Significant digits of floating-point values.
-  unsigned getPrecision() const { return precision_; }
-  void setPrecision(unsigned precision) { precision_ = precision; }
+  unsigned getPrecision() const { return settings_.precision; }
+  void setPrecision(unsigned precision) { settings_.precision = precision; }
 
-  SymbolType getSymbol() const { return symbol_; }
-  void setSymbol(SymbolType symbol) { symbol_ = symbol; }
+  SymbolType getSymbol() const { return settings_.symbol; }
+  void setSymbol(SymbolType symbol) { settings_.symbol = symbol; }
 
   /// The letter given to the locale with a date or a time.
-  char getFormat() const { return format_; }
-  void setFormat(char format) { format_ = format; }
+  char getFormat() const { return settings_.format; }
+  void setFormat(char format) { settings_.format = format; }
 
  protected:
   QVRMsgData() = default;
-  QVRMsgData(const QVRMsgData&) = default;
-  QVRMsgData& operator=(const QVRMsgData&) = default;
+  QVRMsgData(const QVRMsgData& other) : QVRMsgBase(other), settings_(other.settings_) {}
+  QVRMsgData& operator=(const QVRMsgData& other) {
+    settings_ = other.settings_;
+    return *this;
+  }
 
   /// Fills the text up to the width: after it (left), before it (right), or on
   /// both sides (centre), where an odd one goes to the end.
@@ -67,10 +74,20 @@ class QVRSYSTEM_API QVRMsgData : public QVRMsgBase {
   void justifyMsg(std::u16string& text) const;
 
  private:
-  unsigned width_ = defaultWidth;
-  wchar16 fill_ = defaultFill;
-  AlignmentType alignment_ = defaultAlignment;
-  unsigned precision_ = defaultPrecision;
-  SymbolType symbol_ = defaultSymbol;
-  char format_ = defaultFormat;
+  friend class qvr::internal::MessageStore;
+
+  struct Settings {
+    unsigned width = defaultWidth;
+    wchar16 fill = defaultFill;
+    AlignmentType alignment = defaultAlignment;
+    unsigned precision = defaultPrecision;
+    SymbolType symbol = defaultSymbol;
+    char format = defaultFormat;
+  };
+  using Placer = QVRMsgData* (*)(const QVRMsgData&, qvr::internal::MessageStore&);
+
+  Settings settings_;
+  // Copies this argument into the memory of a message. Known only where the exact
+  // class is, and so never copied along; null otherwise.
+  Placer placer_ = nullptr;
 };

@@ -66,6 +66,21 @@ TEST(QVRBasicStringMsgTest, CloneHasClassValueAndSettings) {
   EXPECT_EQ(clone->scribe(QVRLocale::global()), u" ab");
 }
 
+TEST(QVRBasicStringMsgTest, CopyAndAssignmentOwnTheirText) {
+  auto source = std::make_unique<NarrowMsg>("a text longer than a short string");
+  source->setWidth(40);
+  const NarrowMsg copy(*source);
+  NarrowMsg target("other");
+
+  EXPECT_EQ(&(target = *source), &target);
+  const NarrowMsg& self = target;
+  target = self;
+  source.reset();
+
+  EXPECT_EQ(copy.scribe(QVRLocale::global()), u"       a text longer than a short string");
+  EXPECT_EQ(target.scribe(QVRLocale::global()), u"       a text longer than a short string");
+}
+
 TEST(QVRBasicStringMsgTest, IsMadeExplicitly) {
   EXPECT_FALSE((std::is_convertible_v<std::string, NarrowMsg>));
 }

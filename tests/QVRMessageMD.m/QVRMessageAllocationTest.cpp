@@ -6,8 +6,11 @@
 #include <limits>
 #include <memory>
 #include <sstream>
+#include <string>
 
+#include "QVRBasicStringMsg.h"
 #include "QVRLocale.h"
+#include "QVRNumericMsg.h"
 #include "support/AllocationRefuser.h"
 
 namespace {
@@ -49,11 +52,12 @@ TEST(QVRMessageAllocationTest, AssignmentThatFailsLeavesTheTargetAsItWas) {
 
 TEST(QVRMessageAllocationTest, AppendThatFailsKeepsArgumentsAndWaitingSettings) {
   QVRMessage message(kFormat, "file.cpp", 1);
-  for (int i = 1; i <= 32; ++i) message << i;
+  message << 1;
+  for (int i = 2; i <= 32; ++i) message.append(QVRNumericMsg<int>(i));
   message << QVRSetWidth(40);
 
   const std::size_t refusals = refuseEachAllocation(
-      [&] { message << kText; },
+      [&] { message.append(QVRBasicStringMsg<wchar16>(kText)); },
       [&] {
         EXPECT_EQ(message.getWidth(), 40U);
         QVRMessage copy(message);
@@ -66,13 +70,15 @@ TEST(QVRMessageAllocationTest, AppendThatFailsKeepsArgumentsAndWaitingSettings) 
   EXPECT_EQ(message.scribe(), u"a format longer than a short string: 1 2        " + kText);
 }
 
-TEST(QVRMessageAllocationTest, EveryTypeFailsCleanly) {
+TEST(QVRMessageAllocationTest, EveryKindOfArgumentFailsCleanly) {
   QVRMessage message(u"", "file.cpp", 1);
   const QVRMessage other = fullMessage();
+  const std::string large(2000, 'x');
 
   EXPECT_GT(refuseEachAllocation([&] { message << true << false; }), 0U);
-  EXPECT_GT(refuseEachAllocation([&] { message << 'a' << "a narrow text on the heap"; }), 0U);
-  EXPECT_GT(refuseEachAllocation([&] { message << u"a wide text on the heap" << other; }), 0U);
+  EXPECT_GT(refuseEachAllocation([&] { message << large; }), 0U);
+  EXPECT_GT(refuseEachAllocation([&] { message << other; }), 0U);
+  EXPECT_GT(refuseEachAllocation([&] { message.append(QVRNumericMsg<int>(5)); }), 0U);
 }
 
 TEST(QVRMessageAllocationTest, RenderingFailsCleanly) {
@@ -89,8 +95,9 @@ TEST(QVRMessageAllocationTest, ListHasRoomFor32ArgumentsAndGrowsToMultiplesOf32)
   QVRMessage message(u"", "file.cpp", 1);
 
   for (int number = 1; number <= 100; ++number) {
+    const QVRNumericMsg<int> argument(number);
     const AllocationRefuser counter(0);
-    message << number;
+    message.append(argument);
     const std::size_t clone = 1;
     const std::size_t growth = number == 33 || number == 65 || number == 97 ? 1 : 0;
     EXPECT_EQ(counter.count(), clone + growth) << number;
@@ -99,14 +106,24 @@ TEST(QVRMessageAllocationTest, ListHasRoomFor32ArgumentsAndGrowsToMultiplesOf32)
 
 TEST(QVRMessageAllocationTest, CopyHasTheRoomOfItsLength) {
   QVRMessage message(u"", "file.cpp", 1);
-  for (int number = 1; number <= 40; ++number) message << number;
+  for (int number = 1; number <= 40; ++number) message.append(QVRNumericMsg<int>(number));
   QVRMessage copy(message);
 
   for (int number = 41; number <= 65; ++number) {
+    const QVRNumericMsg<int> argument(number);
     const AllocationRefuser counter(0);
-    copy << number;
+    copy.append(argument);
     EXPECT_EQ(counter.count(), number == 65 ? 2U : 1U) << number;
   }
+}
+
+TEST(QVRMessageAllocationTest, MessageWithAFewArgumentsIsOneAllocation) {
+  const AllocationRefuser counter(0);
+
+  QVRMessage message(kFormat, "file.cpp", 1);
+  message << 42 << kText << 1.5 << "a narrow text";
+
+  EXPECT_EQ(counter.count(), 1U);
 }
 
 TEST(QVRMessageAllocationTest, TextsOfAnyWidthAreRefusedByTheHeapOnly) {

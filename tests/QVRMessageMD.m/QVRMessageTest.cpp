@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "MarkingLocale.h"
+#include "QVRBasicStringMsg.h"
 #include "QVRCurrencyMsg.h"
 #include "QVRDateMsg.h"
 #include "QVRDateTimeMsg.h"
@@ -61,6 +62,32 @@ class WatchingMessage : public QVRMessage {
 
   int numbers = 0;
   int messages = 0;
+};
+
+using WideMsg = QVRBasicStringMsg<wchar16>;
+
+/// A message that keeps copies of the text appended last.
+class KeepingMessage : public QVRMessage {
+ public:
+  using QVRMessage::QVRMessage;
+
+  void append(const QVRMsgData& data) override {
+    kept = std::make_unique<WideMsg>(dynamic_cast<const WideMsg&>(data));
+    cloned.reset(data.clone());
+    QVRMessage::append(data);
+  }
+
+  std::unique_ptr<WideMsg> kept;
+  std::unique_ptr<QVRMsgData> cloned;
+};
+
+/// A text made from another, in a class of its own.
+class LoudMsg : public WideMsg {
+ public:
+  explicit LoudMsg(const WideMsg& text) : WideMsg(text) {}
+
+  QVRMsgData* clone() const override { return new LoudMsg(*this); }
+  std::u16string scribe(const QVRLocale&) const override { return u"LOUD"; }
 };
 
 TEST(QVRMessageTest, PlaceholdersStandForArgumentsByNumber) {
@@ -319,6 +346,56 @@ TEST(QVRMessageTest, MessageCanBeItsOwnArgument) {
   message << QVRSetWidth(9) << message;
   EXPECT_EQ(message.scribe(), u"<<%1>>");
   EXPECT_EQ(message.getWidth(), QVRMsgData::defaultWidth);
+}
+
+TEST(QVRMessageTest, TextsOutliveWhatWasStreamed) {
+  QVRMessage message = messageOf(u"%1 %2 %3");
+  {
+    std::string narrow = "narrow";
+    std::u16string wide = u"wide";
+    const char array[] = "array";
+    message << narrow << wide << array;
+    narrow.assign(narrow.size(), 'x');
+    wide.assign(wide.size(), u'x');
+  }
+
+  EXPECT_EQ(message.scribe(), u"narrow wide array");
+}
+
+TEST(QVRMessageTest, CopiesThatAnOverrideKeepsOutliveTheMessage) {
+  std::unique_ptr<KeepingMessage> message = std::make_unique<KeepingMessage>(u"%1", "file.cpp", 1);
+  *message << std::u16string(50, u'w');
+  const auto kept = std::move(message->kept);
+  const auto cloned = std::move(message->cloned);
+  message.reset();
+
+  EXPECT_EQ(kept->scribe(QVRLocale::global()), std::u16string(50, u'w'));
+  EXPECT_EQ(cloned->scribe(QVRLocale::global()), std::u16string(50, u'w'));
+}
+
+TEST(QVRMessageTest, ArgumentDerivedFromAStreamedOneKeepsItsClass) {
+  QVRMessage message = messageOf(u"%1 %2");
+  KeepingMessage keeping(u"%1", "file.cpp", 1);
+  keeping << std::u16string(u"text");
+
+  message.append(LoudMsg(*keeping.kept));
+
+  EXPECT_EQ(message.scribe(), u"LOUD %2");
+  EXPECT_EQ(QVRMessage(message).scribe(), u"LOUD %2");
+}
+
+TEST(QVRMessageTest, FormatsAndArgumentsOfAnySizeAreKept) {
+  const std::u16string longFormat = std::u16string(5000, u'f') + u"%1%2%1000";
+  QVRMessage message = messageOf(longFormat.c_str());
+  message << std::u16string(5000, u't');
+  for (int i = 2; i <= 1000; ++i) message << i << QVRSetWidth(6);
+
+  const QVRMessage copy(message);
+
+  const std::u16string expected =
+      std::u16string(5000, u'f') + std::u16string(5000, u't') + u"2" + u"  1000";
+  EXPECT_EQ(message.scribe(), expected);
+  EXPECT_EQ(QVRMessage(copy).scribe(), expected);
 }
 
 TEST(QVRMessageTest, ArgumentWithoutACloneIsLeftOutAndSpendsNothing) {

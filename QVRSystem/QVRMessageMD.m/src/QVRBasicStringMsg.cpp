@@ -3,7 +3,21 @@
 #include "QVRLocale.h"
 
 template <class C>
-QVRBasicStringMsg<C>::QVRBasicStringMsg(const std::basic_string<C>& value) : value_(value) {}
+QVRBasicStringMsg<C>::QVRBasicStringMsg(const std::basic_string<C>& value)
+    : value_(value), text_(value_) {}
+
+// A copy owns its text.
+template <class C>
+QVRBasicStringMsg<C>::QVRBasicStringMsg(const QVRBasicStringMsg& other)
+    : QVRMsgData(other), value_(other.text_), text_(value_) {}
+
+template <class C>
+QVRBasicStringMsg<C>& QVRBasicStringMsg<C>::operator=(const QVRBasicStringMsg& other) {
+  value_ = other.text_;
+  text_ = value_;
+  QVRMsgData::operator=(other);
+  return *this;
+}
 
 template <class C>
 QVRMsgData* QVRBasicStringMsg<C>::clone() const {
@@ -13,7 +27,7 @@ QVRMsgData* QVRBasicStringMsg<C>::clone() const {
 template <class C>
 std::u16string QVRBasicStringMsg<C>::scribe(const QVRLocale& locale) const {
   std::u16string text;
-  locale.put(text, value_.c_str(), value_.size());
+  locale.put(text, text_.data(), text_.size());
   justifyMsg(text);
   return text;
 }

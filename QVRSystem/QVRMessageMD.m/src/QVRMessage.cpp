@@ -3,45 +3,49 @@
 #include <algorithm>
 #include <cstdlib>
 #include <ctime>
-#include <new>
 #include <ostream>
+#include <string_view>
 #include <utility>
 
-#include "QVRBasicStringMsg.h"
 #include "QVRCurrencyMsg.h"
 #include "QVRDateMsg.h"
 #include "QVRDateTimeMsg.h"
 #include "QVRGetNumeric.h"
 #include "QVRLocale.h"
+#include "QVRMessageStore.h"
 #include "QVRNumericMsg.h"
 #include "QVRSystem/internal/QVRAtomic.h"
 #include "QVRTimeMsg.h"
 
+using qvr::internal::MessageStore;
+
 namespace {
-
-/// The list of arguments grows by this many.
-constexpr std::size_t kArgumentStep = 32;
-
-/// The room for `count` arguments and one more.
-constexpr std::size_t roomFor(std::size_t count) {
-  return ((count + 1) / kArgumentStep + 1) * kArgumentStep;
-}
 
 bool isDigit(wchar16 unit) { return unit >= u'0' && unit <= u'9'; }
 
 template <class C>
-std::basic_string<C> textOf(const C* text) {
-  return text == nullptr ? std::basic_string<C>() : std::basic_string<C>(text);
+std::basic_string_view<C> textOf(const C* text) {
+  static constexpr C kEmpty[] = {C()};
+  return text == nullptr ? kEmpty : text;
 }
 
 template <class Argument, class T>
 QVRMessage& add(QVRMessage& message, const T& value) {
-  message.append(Argument(value));
+  MessageStore::append(message, Argument(value));
   return message;
 }
 
-using NarrowMsg = QVRBasicStringMsg<char>;
-using WideMsg = QVRBasicStringMsg<wchar16>;
+/// @param text zero-terminated.
+template <class C>
+QVRMessage& addText(QVRMessage& message, std::basic_string_view<C> text) {
+  MessageStore::append(message, MessageStore::borrow(text));
+  return message;
+}
+
+QVRMessage& addCharacter(QVRMessage& message, char character) {
+  const char text[] = {character, '\0'};
+  return addText(message, std::string_view(text, 1));
+}
 
 /// A message that the whole process shares, made when it is first needed and
 /// never destroyed: static destructors stream truth values too. A lock would
@@ -91,19 +95,67 @@ void spendAll(QVRMsgData& message, QVRMsgData& argument) {
   spend(message, argument, &Data::getFormat, &Data::setFormat, Data::defaultFormat);
 }
 
+// Room for an argument's text, so that most texts are written without growing.
+constexpr std::size_t kExpectedLength = 16;
+
+/// Walks a format and writes what it stands for.
+class Rendering {
+ public:
+  Rendering(const MessageStore& store, const QVRLocale& locale)
+      : store_(store), format_(store.format()), locale_(locale) {}
+
+  std::u16string text() {
+    text_.reserve(format_.size() + kExpectedLength * store_.size());
+    while (position_ < format_.size()) {
+      const std::size_t percent = std::min(format_.find(u'%', position_), format_.size());
+      text_.append(format_, position_, percent - position_);
+      position_ = percent + 1;
+      if (position_ < format_.size()) placeholder();
+    }
+    return std::move(text_);
+  }
+
+ private:
+  /// Writes what stands for the "%" before the position.
+  void placeholder() {
+    const std::u16string_view digits = digitsAt(position_);
+    position_ += std::max<std::size_t>(digits.size(), 1);
+    if (digits.empty()) {
+      text_ += format_[position_ - 1];
+    } else if (const QVRMsgData* const argument = argumentOf(digits)) {
+      text_ += argument->scribe(locale_);
+    } else {
+      text_.append(1, u'%').append(digits);
+    }
+  }
+
+  std::u16string_view digitsAt(std::size_t position) const {
+    const std::u16string_view rest = format_.substr(position);
+    const auto end = std::find_if_not(rest.begin(), rest.end(), isDigit);
+    return rest.substr(0, static_cast<std::size_t>(end - rest.begin()));
+  }
+
+  const QVRMsgData* argumentOf(std::u16string_view digits) const {
+    const auto number = static_cast<std::size_t>(QVRGetNumeric(std::u16string(digits), 0, 10));
+    return number >= 1 && number <= store_.size() ? &store_[number - 1] : nullptr;
+  }
+
+  const MessageStore& store_;
+  const std::u16string_view format_;
+  const QVRLocale& locale_;
+  std::u16string text_;
+  std::size_t position_ = 0;
+};
+
 }  // namespace
 
-QVRMessage::QVRMessage(const wchar16* format, const char*, int) : format_(textOf(format)) {
-  arguments_.reserve(roomFor(0));
-}
+QVRMessage::QVRMessage(const wchar16* format, const char*, int)
+    : store_(MessageStore::make(textOf(format))) {}
 
 QVRMessage::QVRMessage(const QVRMessage& other)
-    : QVRMsgData(other), format_(other.format_), arguments_(copyOf(other.arguments_)) {}
+    : QVRMsgData(other), store_(other.store_ ? other.store_->copy() : nullptr) {}
 
-QVRMessage::QVRMessage(QVRMessage&& other) noexcept
-    : QVRMsgData(other),
-      format_(std::exchange(other.format_, {})),
-      arguments_(std::exchange(other.arguments_, {})) {}
+QVRMessage::QVRMessage(QVRMessage&& other) noexcept = default;
 
 QVRMessage::~QVRMessage() = default;
 
@@ -112,69 +164,27 @@ QVRMessage& QVRMessage::operator=(const QVRMessage& other) {
   return *this;
 }
 
-QVRMessage& QVRMessage::operator=(QVRMessage&& other) noexcept {
-  QVRMsgData::operator=(other);
-  format_ = std::exchange(other.format_, {});
-  arguments_ = std::exchange(other.arguments_, {});
-  return *this;
-}
+QVRMessage& QVRMessage::operator=(QVRMessage&& other) noexcept = default;
 
 QVRMsgData* QVRMessage::clone() const { return new QVRMessage(*this); }
 
 std::u16string QVRMessage::scribe(const QVRLocale& locale) const {
   std::u16string text;
-  std::size_t position = 0;
-  while (position < format_.size()) {
-    const std::size_t percent = std::min(format_.find(u'%', position), format_.size());
-    text.append(format_, position, percent - position);
-    position = scribePlaceholder(percent + 1, locale, text);
-  }
+  if (store_ != nullptr) text = Rendering(*store_, locale).text();
   justifyMsg(text);
   return text;
 }
 
-/// Appends what stands for the "%" before `start`. @return where the format goes
-/// on.
-std::size_t QVRMessage::scribePlaceholder(std::size_t start, const QVRLocale& locale,
-                                          std::u16string& text) const {
-  if (start >= format_.size()) return start;
-  if (!isDigit(format_[start])) {
-    text += format_[start];
-    return start + 1;
-  }
-  const auto end = static_cast<std::size_t>(
-      std::find_if_not(format_.begin() + static_cast<std::ptrdiff_t>(start), format_.end(),
-                       isDigit) -
-      format_.begin());
-  const std::int32_t number = QVRGetNumeric(format_, start, 10);
-  if (number >= 1 && static_cast<std::size_t>(number) <= arguments_.size()) {
-    text += arguments_[static_cast<std::size_t>(number) - 1]->scribe(locale);
-  } else {
-    text.append(format_, start - 1, end - start + 1);
-  }
-  return end;
-}
-
 void QVRMessage::append(const QVRMsgData& data) {
-  std::unique_ptr<QVRMsgData> argument(data.clone());
-  if (argument == nullptr) return;
-  // Whatever needs memory comes before the settings are spent.
-  if (arguments_.size() == arguments_.capacity()) arguments_.reserve(roomFor(arguments_.size()));
-  spendAll(*this, *argument);
-  arguments_.push_back(std::move(argument));
+  if (store_ == nullptr) store_ = MessageStore::make({});
+  QVRMsgData* const argument = store_->add(data);
+  if (argument != nullptr) spendAll(*this, *argument);
 }
 
 std::u16string QVRMessage::scribe() { return scribe(QVRLocale::global()); }
 
-QVRMessage::Arguments QVRMessage::copyOf(const Arguments& arguments) {
-  Arguments copy;
-  copy.reserve(roomFor(arguments.size()));
-  for (const auto& argument : arguments) {
-    copy.emplace_back(argument->clone());
-    // An exception that finds no storage answers null.
-    if (copy.back() == nullptr) throw std::bad_alloc();
-  }
-  return copy;
+std::u16string QVRMessage::getFormatStr() const {
+  return store_ != nullptr ? std::u16string(store_->format()) : std::u16string();
 }
 
 QVRMessage& operator<<(QVRMessage& message, bool value) {
@@ -182,16 +192,14 @@ QVRMessage& operator<<(QVRMessage& message, bool value) {
   return message;
 }
 
-QVRMessage& operator<<(QVRMessage& message, char value) {
-  return add<NarrowMsg>(message, std::string(1, value));
-}
+QVRMessage& operator<<(QVRMessage& message, char value) { return addCharacter(message, value); }
 
 QVRMessage& operator<<(QVRMessage& message, signed char value) {
-  return add<NarrowMsg>(message, std::string(1, static_cast<char>(value)));
+  return addCharacter(message, static_cast<char>(value));
 }
 
 QVRMessage& operator<<(QVRMessage& message, unsigned char value) {
-  return add<NarrowMsg>(message, std::string(1, static_cast<char>(value)));
+  return addCharacter(message, static_cast<char>(value));
 }
 
 QVRMessage& operator<<(QVRMessage& message, short value) {
@@ -239,19 +247,19 @@ QVRMessage& operator<<(QVRMessage& message, long double value) {
 }
 
 QVRMessage& operator<<(QVRMessage& message, const char* value) {
-  return add<NarrowMsg>(message, textOf(value));
+  return addText(message, textOf(value));
 }
 
 QVRMessage& operator<<(QVRMessage& message, const std::string& value) {
-  return add<NarrowMsg>(message, value);
+  return addText<char>(message, value);
 }
 
 QVRMessage& operator<<(QVRMessage& message, const wchar16* value) {
-  return add<WideMsg>(message, textOf(value));
+  return addText(message, textOf(value));
 }
 
 QVRMessage& operator<<(QVRMessage& message, const std::u16string& value) {
-  return add<WideMsg>(message, value);
+  return addText<wchar16>(message, value);
 }
 
 QVRMessage& operator<<(QVRMessage& message, const QVRCurrency& value) {
