@@ -230,6 +230,16 @@ char* writeDouble(char* begin, char* end, double value, unsigned precision) {
   return std::to_chars(begin, end, value, std::chars_format::general, digits).ptr;
 }
 
+// Puts the text of a number, with room for a zero behind it. Its characters are the
+// same in every encoding, but a derived class may change the conversion.
+void putNumber(const QVRLocale& locale, std::u16string& out, const char* text, char* end) {
+  const auto length = static_cast<std::size_t>(end - text);
+  *end = '\0';
+  if (typeid(locale) != typeid(QVRLocale)) return locale.put(out, text, length);
+  out.resize(length);
+  std::copy(text, text + length, out.begin());
+}
+
 // As mblen with a state of its own: the character is measured from the initial
 // state.
 std::size_t characterLength(const char* text, std::size_t longest) {
@@ -288,23 +298,17 @@ void QVRLocale::put(std::u16string& out, const struct tm& time, char format) con
 
 void QVRLocale::put(std::u16string& out, double value, unsigned precision) const {
   char text[kDoubleLength];
-  char* const end = writeDouble(text, std::end(text) - 1, value, precision);
-  *end = '\0';
-  put(out, text, static_cast<std::size_t>(end - text));
+  putNumber(*this, out, text, writeDouble(text, std::end(text) - 1, value, precision));
 }
 
 void QVRLocale::put(std::u16string& out, unsigned long value) const {
   char text[kIntegerLength];
-  char* const end = std::to_chars(text, std::end(text) - 1, value).ptr;
-  *end = '\0';
-  put(out, text, static_cast<std::size_t>(end - text));
+  putNumber(*this, out, text, std::to_chars(text, std::end(text) - 1, value).ptr);
 }
 
 void QVRLocale::put(std::u16string& out, long value) const {
   char text[kIntegerLength];
-  char* const end = std::to_chars(text, std::end(text) - 1, value).ptr;
-  *end = '\0';
-  put(out, text, static_cast<std::size_t>(end - text));
+  putNumber(*this, out, text, std::to_chars(text, std::end(text) - 1, value).ptr);
 }
 
 void QVRLocale::put(std::u16string& out, const wchar16* text, std::size_t count) const {
