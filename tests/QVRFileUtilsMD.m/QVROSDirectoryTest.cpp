@@ -11,16 +11,12 @@
 #include <vector>
 
 #include "QVREDoesNotExist.h"
-#include "QVREOpenFailed.h"
-#include "support/ExpectFailure.h"
+#include "QVROSDirectoryIteratorWalks.h"
 #include "support/ScopedEnvironment.h"
-#include "support/TemporaryDirectory.h"
 
 namespace {
 
 constexpr const char* kSource = "QVRSystem/QVRFileUtilsMD.m/src/QVROSDirectory";
-constexpr const char* kIteratorSource = "QVRSystem/QVRFileUtilsMD.m/src/QVROSDirectoryIterator";
-constexpr const char* kOpenText = "Error encountered while opening first file in directory";
 
 std::uint64_t freeBytes(const std::string& path) { return std::filesystem::space(path).free; }
 
@@ -91,9 +87,9 @@ TEST(QVROSDirectoryTest, WhatCannotBeOpenedHasNoContents) {
   const QVROSDirectory nameless(QVROSPath(""));
 
   for (const QVROSDirectory* directory : {&absent, &file, &nameless}) {
-    expectFailure<QVREOpenFailed>([&] { directory->begin(); }, kOpenText, kIteratorSource);
-    expectFailure<QVREOpenFailed>([&] { directory->end(); }, kOpenText, kIteratorSource);
-    expectFailure<QVREOpenFailed>([&] { directory->empty(); }, kOpenText, kIteratorSource);
+    expectOpenFailure([&] { directory->begin(); });
+    expectOpenFailure([&] { directory->end(); });
+    expectOpenFailure([&] { directory->empty(); });
   }
 }
 
