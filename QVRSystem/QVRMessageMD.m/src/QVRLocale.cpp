@@ -57,11 +57,20 @@ void checkRoom(std::size_t length, std::size_t bufferLength) {
 // What the library converts itself.
 enum class Encoding { Utf8, Ascii, Other };
 
+// In line, for every conversion begins with it.
+template <std::size_t kSize>
+bool isNamed(const char* name, const char (&expected)[kSize]) {
+  for (std::size_t i = 0; i < kSize; ++i) {
+    if (name[i] != expected[i]) return false;
+  }
+  return true;
+}
+
 Encoding currentEncoding() {
   const char* name = "";
   if (qvr::platform::codeset(name) != 0) return Encoding::Other;
-  if (std::strcmp(name, "UTF-8") == 0) return Encoding::Utf8;
-  return std::strcmp(name, "ANSI_X3.4-1968") == 0 ? Encoding::Ascii : Encoding::Other;
+  if (isNamed(name, "UTF-8")) return Encoding::Utf8;
+  return isNamed(name, "ANSI_X3.4-1968") ? Encoding::Ascii : Encoding::Other;
 }
 
 constexpr wchar_t kLastUnit = 0xFFFF;
@@ -91,9 +100,7 @@ class GrowingText {
   }
 
   // Announces `length` characters more.
-  void reserve(std::size_t length) {
-    if (length > kBlock) text_.reserve(size() + length);
-  }
+  void reserve(std::size_t length) { text_.reserve(size() + length); }
 
   bool isShort() const { return text_.empty(); }
   std::size_t size() const { return text_.size() + used_; }
@@ -111,7 +118,7 @@ class GrowingText {
 
   std::basic_string<Char> text_;
   std::size_t used_ = 0;
-  Char block_[kBlock];
+  alignas(16) Char block_[kBlock];  // so that no vector crosses two cache lines
 };
 
 // The widening of one text, as mbstowcs does it, with a limit in units of UTF-16.
@@ -144,16 +151,17 @@ class Widening {
 
   void runFast(Encoding encoding, const char* end) {
     constexpr std::ptrdiff_t kBlock = GrowingText<wchar16>::kBlock;
-    const auto widen = encoding == Encoding::Utf8 ? &qvr::utf8::widen : &qvr::utf8::widenAscii;
-    wide_.reserve(static_cast<std::size_t>(end - text_));
+    if (end - text_ > kBlock) wide_.reserve(static_cast<std::size_t>(end - text_));
     for (const char* before = nullptr; text_ != end && text_ != before;) {
       before = text_;
       const std::ptrdiff_t length = std::min(end - text_, kBlock);
-      wchar16* const from = wide_.room(static_cast<std::size_t>(length));
-      wchar16* to = from;
-      text_ = widen(text_, text_ + length, to);
-      wide_.extend(to);
-      limit_ -= static_cast<std::size_t>(to - from);
+      wchar16* const room = wide_.room(static_cast<std::size_t>(length));
+      const qvr::utf8::Widened widened = encoding == Encoding::Utf8
+                                             ? qvr::utf8::widen(text_, text_ + length, room)
+                                             : qvr::utf8::widenAscii(text_, text_ + length, room);
+      limit_ -= static_cast<std::size_t>(widened.to - room);
+      text_ = widened.text;
+      wide_.extend(widened.to);
     }
   }
 
@@ -338,12 +346,11 @@ void QVRLocale::get(const std::u16string& in, char* buffer, std::size_t bufferLe
   const qvr::utf8::Measure measured = qvr::utf8::measure(text, text + in.size());
   // The end is a zero, that behind the text at the least, or a lone surrogate.
   if (*measured.end != 0) failToNarrow();
-  const std::size_t units = static_cast<std::size_t>(measured.end - text);
-  if (encoding == Encoding::Ascii && measured.bytes != units) {
-    return getByCLibrary(in, buffer, bufferLength);
-  }
+  const bool isAscii = measured.bytes == static_cast<std::size_t>(measured.end - text);
+  if (encoding == Encoding::Ascii && !isAscii) return getByCLibrary(in, buffer, bufferLength);
   checkRoom(measured.bytes, bufferLength);
-  *qvr::utf8::narrow(text, measured.end, buffer) = '\0';
+  const auto narrow = isAscii ? &qvr::utf8::narrowAscii : &qvr::utf8::narrow;
+  *narrow(text, measured.end, buffer) = '\0';
 }
 
 void QVRLocale::putMoney(std::u16string& out, double amount, SymbolType) const {

@@ -82,6 +82,24 @@ std::size_t widenBlock(const char* from, char16_t* to) {
   return static_cast<std::size_t>(std::countr_zero(highBits(bytes)));
 }
 
+// Widens 64 bytes at a time as long as all are ASCII.
+Widened widenBulk(Widened at, const char* end) {
+  constexpr std::ptrdiff_t kBulk = 64;
+  const __m128i zero = _mm_setzero_si128();
+  for (; end - at.text >= kBulk; at.text += kBulk, at.to += kBulk) {
+    const __m128i bytes[] = {loadVector(at.text), loadVector(at.text + 16),
+                             loadVector(at.text + 32), loadVector(at.text + 48)};
+    const __m128i all =
+        _mm_or_si128(_mm_or_si128(bytes[0], bytes[1]), _mm_or_si128(bytes[2], bytes[3]));
+    if (_mm_movemask_epi8(all) != 0) return at;
+    for (int i = 0; i < 4; ++i) {
+      storeVector(at.to + 16 * i, _mm_unpacklo_epi8(bytes[i], zero));
+      storeVector(at.to + 16 * i + 8, _mm_unpackhi_epi8(bytes[i], zero));
+    }
+  }
+  return at;
+}
+
 // Narrows sixteen units. @return how many at their head are ASCII.
 std::size_t narrowBlock(const char16_t* from, char* to) {
   const __m128i low = loadVector(from);
@@ -105,6 +123,12 @@ bool isAsciiBlock(const char16_t* text) {
   const __m128i second = _mm_packus_epi16(loadVector(text + 16), loadVector(text + 24));
   const __m128i zeros = _mm_cmpeq_epi8(_mm_min_epu8(first, second), _mm_setzero_si128());
   return _mm_movemask_epi8(_mm_or_si128(_mm_or_si128(first, second), zeros)) == 0;
+}
+
+// Narrows 32 units of ASCII.
+void narrowAsciiBlock(const char16_t* text, char* to) {
+  storeVector(to, _mm_packus_epi16(loadVector(text), loadVector(text + 8)));
+  storeVector(to + 16, _mm_packus_epi16(loadVector(text + 16), loadVector(text + 24)));
 }
 
 // Measures blocks of eight units that hold neither zeros nor surrogates.
@@ -169,6 +193,8 @@ constexpr std::size_t kBlock = kWord;
 
 std::size_t widenBlock(const char* from, char16_t* to) { return widenWord(from, to); }
 
+Widened widenBulk(Widened at, const char*) { return at; }
+
 std::size_t narrowBlock(const char16_t* from, char* to) {
   std::size_t ascii = 0;
   for (std::size_t i = 0; i < kBlock; ++i) to[i] = static_cast<char>(from[i]);
@@ -186,6 +212,10 @@ bool isAsciiBlock(const char16_t* text) {
     zeros |= text[i] == 0;
   }
   return all < kFirstOfTwoBytes && !zeros;
+}
+
+void narrowAsciiBlock(const char16_t* text, char* to) {
+  for (std::size_t i = 0; i < kMeasured; ++i) to[i] = static_cast<char>(text[i]);
 }
 
 const char16_t* measureBlocks(const char16_t* text, const char16_t* end, std::size_t& bytes) {
@@ -251,20 +281,20 @@ char16_t* putCode(std::uint32_t code, char16_t* to) {
   return to;
 }
 
-// Widens the characters at the head that are not ASCII.
-// @return where ASCII goes on, what cannot be widened, or `end`.
-const char* widenOthers(const char* text, const char* end, char16_t*& to) {
-  while (text != end && !isAscii(*text)) {
-    while (end - text >= 8 && widenThreeBytePair(text, to)) {
-      text += 6;
-      to += 2;
+// Widens the characters at the head that are not ASCII, up to the first that is
+// or that cannot be widened.
+Widened widenOthers(Widened at, const char* end) {
+  while (at.text != end && !isAscii(*at.text)) {
+    while (end - at.text >= 8 && widenThreeBytePair(at.text, at.to)) {
+      at.text += 6;
+      at.to += 2;
     }
-    const std::size_t length = lengthWithin(text, static_cast<std::size_t>(end - text));
+    const std::size_t length = lengthWithin(at.text, static_cast<std::size_t>(end - at.text));
     if (length < 2) break;
-    to = putCode(codeOf(text, length), to);
-    text += length;
+    at.to = putCode(codeOf(at.text, length), at.to);
+    at.text += length;
   }
-  return text;
+  return at;
 }
 
 // The code at the head of [text, end): a unit or a pair, whose length is told.
@@ -300,62 +330,66 @@ char* putCode(std::uint32_t code, char* to) {
   return to;
 }
 
-const char16_t* narrowAscii(const char16_t* text, const char16_t* end, char*& to) {
-  while (end - text >= static_cast<std::ptrdiff_t>(kBlock)) {
-    const std::size_t ascii = narrowBlock(text, to);
-    text += ascii;
-    to += ascii;
-    if (ascii < kBlock) return text;
+// How far a text was narrowed.
+struct Narrowed {
+  const char16_t* text;
+  char* to;
+};
+
+// Narrows the ASCII at the head.
+Narrowed narrowHead(Narrowed at, const char16_t* end) {
+  while (end - at.text >= static_cast<std::ptrdiff_t>(kBlock)) {
+    const std::size_t ascii = narrowBlock(at.text, at.to);
+    if (ascii < kBlock) return {at.text + ascii, at.to + ascii};
+    at = {at.text + kBlock, at.to + kBlock};
   }
-  while (text != end && *text < kFirstOfTwoBytes) *to++ = static_cast<char>(*text++);
-  return text;
+  while (at.text != end && *at.text < kFirstOfTwoBytes) *at.to++ = static_cast<char>(*at.text++);
+  return at;
 }
 
 // Narrows the characters at the head that are not ASCII.
-const char16_t* narrowOthers(const char16_t* text, const char16_t* end, char*& to) {
+Narrowed narrowOthers(Narrowed at, const char16_t* end) {
   constexpr std::ptrdiff_t kUnits = 8;
   constexpr std::ptrdiff_t kReserve = 2;  // for what a block writes behind itself
-  while (text != end && *text >= kFirstOfTwoBytes) {
-    if (*text >= kFirstOfThreeBytes && end - text >= kUnits + kReserve &&
-        narrowThreeByteBlock(text, to)) {
-      text += kUnits;
-      to += 3 * kUnits;
+  while (at.text != end && *at.text >= kFirstOfTwoBytes) {
+    if (*at.text >= kFirstOfThreeBytes && end - at.text >= kUnits + kReserve &&
+        narrowThreeByteBlock(at.text, at.to)) {
+      at = {at.text + kUnits, at.to + 3 * kUnits};
       continue;
     }
     std::ptrdiff_t units;
-    to = putCode(codeOf(text, end, units), to);
-    text += units;
+    at.to = putCode(codeOf(at.text, end, units), at.to);
+    at.text += units;
   }
-  return text;
+  return at;
 }
 
 }  // namespace
 
-const char* widenAscii(const char* text, const char* end, char16_t*& to) noexcept {
-  while (end - text >= static_cast<std::ptrdiff_t>(kBlock)) {
-    const std::size_t ascii = widenBlock(text, to);
-    text += ascii;
-    to += ascii;
-    if (ascii < kBlock) return text;
+Widened widenAscii(const char* text, const char* end, char16_t* to) noexcept {
+  Widened at = {text, to};
+  while (end - at.text >= static_cast<std::ptrdiff_t>(kBlock)) {
+    const std::size_t ascii = widenBlock(at.text, at.to);
+    if (ascii < kBlock) return {at.text + ascii, at.to + ascii};
+    at = widenBulk({at.text + kBlock, at.to + kBlock}, end);
   }
-  if (end - text >= static_cast<std::ptrdiff_t>(kWord)) {
-    const std::size_t ascii = widenWord(text, to);
-    text += ascii;
-    to += ascii;
-    if (ascii < kWord) return text;
+  if (end - at.text >= static_cast<std::ptrdiff_t>(kWord)) {
+    const std::size_t ascii = widenWord(at.text, at.to);
+    if (ascii < kWord) return {at.text + ascii, at.to + ascii};
+    at = {at.text + kWord, at.to + kWord};
   }
-  while (text != end && isAscii(*text)) *to++ = static_cast<char16_t>(*text++);
-  return text;
+  while (at.text != end && isAscii(*at.text)) *at.to++ = static_cast<char16_t>(*at.text++);
+  return at;
 }
 
-const char* widen(const char* text, const char* end, char16_t*& to) noexcept {
-  while (text != end) {
-    text = widenAscii(text, end, to);
-    const char* const others = text;
-    text = widenOthers(text, end, to);
-    if (text == others || (text != end && !isAscii(*text))) break;
+Widened widen(const char* text, const char* end, char16_t* to) noexcept {
+  Widened at = {text, to};
+  for (bool goesOn = true; goesOn;) {
+    const Widened others = widenAscii(at.text, end, at.to);
+    at = widenOthers(others, end);
+    goesOn = at.text != others.text && at.text != end && isAscii(*at.text);
   }
-  return text;
+  return at;
 }
 
 std::size_t characterLength(const char* text) noexcept { return lengthWithin(text, 4); }
@@ -380,12 +414,18 @@ Measure measure(const char16_t* text, const char16_t* end) noexcept {
   return {text, bytes};
 }
 
-char* narrow(const char16_t* text, const char16_t* end, char* to) noexcept {
-  while (text != end) {
-    text = narrowAscii(text, end, to);
-    text = narrowOthers(text, end, to);
+char* narrowAscii(const char16_t* text, const char16_t* end, char* to) noexcept {
+  for (; end - text >= static_cast<std::ptrdiff_t>(kMeasured); text += kMeasured, to += kMeasured) {
+    narrowAsciiBlock(text, to);
   }
+  while (text != end) *to++ = static_cast<char>(*text++);
   return to;
+}
+
+char* narrow(const char16_t* text, const char16_t* end, char* to) noexcept {
+  Narrowed at = {text, to};
+  while (at.text != end) at = narrowOthers(narrowHead(at, end), end);
+  return at.to;
 }
 
 }  // namespace qvr::QVR_UTF8
