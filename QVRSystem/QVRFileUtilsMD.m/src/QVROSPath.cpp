@@ -60,6 +60,13 @@ void convert(const char* from, std::size_t size, char* to, char delimiter) {
   }
 }
 
+/// Where the last separator is: what rfind() finds byte by byte.
+std::size_t lastSeparator(std::string_view text) {
+  const void* found = memrchr(text.data(), kBackslash, text.size());
+  return found == nullptr ? kNone
+                          : static_cast<std::size_t>(static_cast<const char*>(found) - text.data());
+}
+
 std::string_view withoutTrailingSeparator(std::string_view text) {
   if (!text.empty() && text.back() == kBackslash) text.remove_suffix(1);
   return text;
@@ -176,7 +183,7 @@ QVROSPath& QVROSPath::operator=(const char* path) {
 }
 
 void QVROSPath::setPath(const std::string& path) {
-  path_ = path;
+  path_.resize(path.size());
   convert(path.data(), path.size(), path_.data(), kBackslash);
 }
 
@@ -206,27 +213,25 @@ bool QVROSPath::operator!=(const char* other) const { return *this != QVROSPath(
 
 std::string QVROSPath::basename() const {
   const std::string_view text = withoutTrailingSeparator(path_);
-  return std::string(text.substr(text.rfind(kBackslash) + 1));
+  return std::string(text.substr(lastSeparator(text) + 1));
 }
 
 std::string QVROSPath::dirname() const {
   if (path_.size() == 1 && path_.front() == kBackslash) return path_;
   const std::string_view text = withoutTrailingSeparator(path_);
-  const std::size_t last = text.rfind(kBackslash);
+  const std::size_t last = lastSeparator(text);
   if (last == kNone) return text.find(':') == kNone ? "." : std::string(text);
   return std::string(text.substr(0, std::max<std::size_t>(last, 1)));
 }
 
 void QVROSPath::appendPath(const std::string& part) {
   if (path_.empty()) return setPath(part);
-  path_.reserve(path_.size() + 1 + part.size());  // nothing below fails
   const bool ends = path_.back() == kBackslash;
   const bool begins = !part.empty() && isSeparator(part.front());
-  if (!ends && !begins) path_ += kBackslash;
-  const std::size_t appended = path_.size();
+  const std::size_t begin = path_.size() + (ends || begins ? 0 : 1);
   const std::size_t skipped = ends && begins ? 1 : 0;
-  path_.append(part, skipped);
-  convert(part.data() + skipped, part.size() - skipped, path_.data() + appended, kBackslash);
+  path_.resize(begin + part.size() - skipped, kBackslash);
+  convert(part.data() + skipped, part.size() - skipped, path_.data() + begin, kBackslash);
 }
 
 bool QVROSPath::isNTValid(const std::string& path) const {
