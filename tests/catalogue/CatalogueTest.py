@@ -143,9 +143,11 @@ class CatalogueTest(unittest.TestCase):
         self.make_directory(b"tree/empty")
         self.make_directory(b"tree/.../..a")
         self.make_file(b"tree/50%/60%/one%", 61)
-        for name in (b"caf\xc3\xa9", b"caf\xe9", b"\xff\xfe", b"line\nbreak", b'"quoted", with comma'):
+        foreign = (b"caf\xc3\xa9", b"caf\xe9", b"\xff\xfe", b"line\nbreak", b'"quoted", with comma')
+        for name in foreign:
             self.make_file(b"tree/names/" + name + b"/" + name, 62)
-        for name in (b" ", b"tab\t", b"*.*", b"C:", b"~", b"$HOME", b"'", b"\x01\x1b[2J", b"a" * 255):
+        odd = (b" ", b"tab\t", b"*.*", b"C:", b"~", b"$HOME", b"'", b"\x01\x1b[2J", b"a" * 255)
+        for name in odd:
             self.make_file(b"tree/names/" + name, 63)
         links = {
             b"dangling": b"nowhere",
@@ -495,7 +497,8 @@ class Formats(CatalogueTest):
     def setUp(self):
         super().setUp()
         self.make_tree_of_every_kind()
-        self.make_file(b"tree/largest\n\x1b, \"quoted\" caf\xe9 \xc3\xa9", 10**6, Times.NEW_YEAR_2000)
+        largest = b"tree/largest\n\x1b, \"quoted\" caf\xe9 \xc3\xa9"
+        self.make_file(largest, 10**6, Times.NEW_YEAR_2000)
         self.make_file(b"tree/back\\slash", 1)
 
     def test_json_is_utf8_with_other_bytes_escaped(self):
@@ -504,6 +507,23 @@ class Formats(CatalogueTest):
         escaped = r'largest\u000a\u001b, \"quoted\" caf\u00e9 ' + "\u00e9"
         self.assertIn(escaped, json_text)
         self.assertEqual(json_text[-3:], "\n}\n")
+
+    def test_every_byte_that_is_no_utf8_is_escaped_by_itself(self):
+        overlong = [b"\xc0\xaf", b"\xe0\x80\xaf", b"\xf0\x80\x80\xaf"]
+        others = overlong + [b"\xed\xa0\x80", b"\xf4\x90\x80\x80", b"\xe2\x82", b"\x80"]
+        characters = ["\u00e9", "\u20ac", "\ud7ff", "\ue000", "\U00010000", "\U0010ffff"]
+        names = others + [c.encode() for c in characters]
+        for name in names:
+            self.make_file(b"listed/\\" + name)
+        # A backslash makes it a name that is listed.
+        paths = [as_in_json(self.place(b"listed/\\" + name)) for name in sorted(names)]
+
+        json_text = run("--format=json", self.place(b"listed")).stdout.decode("utf-8", "strict")
+
+        self.assertEqual([e["path"] for e in json.loads(json_text)["unreadable"]], paths)
+        for character in characters:
+            self.assertIn(character, json_text)
+        self.assertIn(r"\u00ed\u00a0\u0080", json_text)
 
     def test_json_numbers_are_numbers(self):
         catalogue = self.catalogue(self.tree, status=1)
@@ -529,7 +549,8 @@ class Formats(CatalogueTest):
             values = [str(item[key]) for key in ("year", "files", "bytes")]
             expected.append(["year", *values] + [""] * 4)
         for file in catalogue["largest"]:
-            expected.append(["largest", file["path"], "", str(file["bytes"]), file["date"], "", "", ""])
+            values = ["", str(file["bytes"]), file["date"]]
+            expected.append(["largest", file["path"], *values] + [""] * 3)
         for entry in catalogue["unreadable"]:
             expected.append(["unreadable", entry["path"], "", "", "", *list(entry.values())[1:]])
         shown = [[as_in_json(os.fsencode(field)) for field in row] for row in rows]
@@ -622,7 +643,8 @@ class CommandLine(CatalogueTest):
             (b"%1%2", "C", b"%1%2"),
         ]
         for name, locale, shown in cases:
-            self.assert_refused([name], b"there is no directory '%s'" % shown, env={"LC_ALL": locale})
+            complaint = b"there is no directory '%s'" % shown
+            self.assert_refused([name], complaint, env={"LC_ALL": locale})
 
     def test_help_is_printed_and_nothing_done(self):
         result = run("--help", self.place(b"gone"))
