@@ -45,7 +45,7 @@ class QVRSYSTEM_API QVRSysDate {
   /// As the setDate() of the same arguments.
   QVRSysDate(int dayNumber) noexcept { setDate(dayNumber); }
   QVRSysDate(int dayOfYear, int year) noexcept { setDate(dayOfYear, year); }
-  QVRSysDate(int day, int month, int year) noexcept { setDate(day, month, year); }
+  QVRSysDate(int day, int month, int year) noexcept;
 
   /// Makes the date invalid.
   void clear() noexcept { dayNumber_ = kInvalid; }
@@ -173,8 +173,8 @@ class QVRSYSTEM_API QVRSysDate {
     int dayOfYear;
   };
 
-  /// Days of the year before the first of the month; of 13, all days of the year
-  /// but the last of a leap year's extra one; 0 for anything else.
+  /// Days of the year before the first of the month, of 13 all of them; 0 for what
+  /// is no month.
   static int DaysBeforeMonth(int month, int year) noexcept;
 
   /// The day number of a date that is not checked, cut to 32 bits.

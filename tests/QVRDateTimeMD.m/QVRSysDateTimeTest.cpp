@@ -3,10 +3,14 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <limits>
 #include <sstream>
+#include <string>
 #include <thread>
+#include <vector>
 
+#include "support/ForkedChild.h"
 #include "support/ScopedEnvironment.h"
 #include "support/ScopedLocale.h"
 
@@ -336,6 +340,28 @@ TEST(QVRSysDateTimeTest, ThreadsAskForLocalTimeAtOnce) {
   }
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(wrong, std::vector<int>(4, 0));
+}
+
+TEST(QVRSysDateTimeTest, ChildTellsLocalTimeWhileTheParentsThreadsDid) {
+  const QVRSysDateTime expected(std::int64_t{1246406400}, 0);
+  std::atomic<bool> stop = false;
+  std::vector<std::thread> threads(2);
+  for (std::thread& thread : threads) {
+    thread = std::thread([&] {
+      while (!stop) QVRSysDateTime(std::int64_t{1246406400}, 0);
+    });
+  }
+
+  for (int i = 0; i < 100; ++i) {
+    EXPECT_EQ(exitStatusOfFork([&] {
+                const bool same = QVRSysDateTime(std::int64_t{1246406400}, 0) == expected;
+                return same && QVRSysDate(1000).toString('D').size() == 8 ? 0 : 1;
+              }),
+              0);
+  }
+
+  stop = true;
+  for (std::thread& thread : threads) thread.join();
 }
 
 }  // namespace

@@ -15,19 +15,11 @@
 #include <string>
 #include <thread>
 
+#include "support/ForkedChild.h"
+
 namespace {
 
 unsigned long kernelThreadId() { return static_cast<unsigned long>(syscall(SYS_gettid)); }
-
-/// What `child` returns in a forked child is its exit status.
-template <class Child>
-int exitStatusOfFork(Child child) {
-  const pid_t pid = fork();
-  if (pid == 0) _exit(child());
-  int status = -1;
-  waitpid(pid, &status, 0);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
 
 /// The kernel's letter for what a process does at present.
 char processState(pid_t pid) {

@@ -2,14 +2,13 @@
 #include "QVRSystem/internal/QVRFork.h"
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <thread>
 
 #include "QVRSysFastMutexLock.h"
 #include "QVRSysThreadId.h"
+#include "support/ForkedChild.h"
 
 namespace {
 
@@ -26,20 +25,6 @@ const ForkLock outerHandled(ForkRank::TraceLines, outer.getNativeLock());
 
 RecursiveLock nativeOf(QVRSysFastMutexLock& lock) {
   return RecursiveLock(*static_cast<RecursiveLockStorage*>(lock.getNativeLock()));
-}
-
-/// What `child` returns in a forked child is its exit status; a child that
-/// hangs is ended by its alarm.
-template <class Child>
-int exitStatusOfFork(Child child) {
-  const pid_t pid = fork();
-  if (pid == 0) {
-    alarm(60);
-    _exit(child());
-  }
-  int status = -1;
-  waitpid(pid, &status, 0);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 TEST(QVRForkTest, ChildFindsLocksFreeThatOtherThreadsWereUsing) {

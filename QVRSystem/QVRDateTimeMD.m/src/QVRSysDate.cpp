@@ -40,18 +40,16 @@ constexpr int dayNumberOf(std::int64_t dayOfYear, int year) noexcept {
   return static_cast<int>(withReform(dayOfYear + 365 * y + y / 4 - 31777, y));
 }
 
-/// What the Gregorian formula makes of a month, once and for all.
+/// What the formula makes of a month, once and for all.
 struct Month {
   std::uint16_t days;        // without the leap day
-  std::uint16_t yearOffset;  // to a year that begins on 1 March, from -4800
-  std::int32_t dayOffset;    // to the first day of the month in such a year
+  std::uint16_t yearOffset;  // to the year that began on 1 March, counted from -4800
+  std::int32_t daysBefore;   // in that year
 };
 
-constexpr Month kMonths[] = {
-    {31, 4799, 306 - 32045}, {28, 4799, 337 - 32045}, {31, 4800, 0 - 32045},
-    {30, 4800, 31 - 32045},  {31, 4800, 61 - 32045},  {30, 4800, 92 - 32045},
-    {31, 4800, 122 - 32045}, {31, 4800, 153 - 32045}, {30, 4800, 184 - 32045},
-    {31, 4800, 214 - 32045}, {30, 4800, 245 - 32045}, {31, 4800, 275 - 32045}};
+constexpr Month kMonths[] = {{31, 4799, 306}, {28, 4799, 337}, {31, 4800, 0},   {30, 4800, 31},
+                             {31, 4800, 61},  {30, 4800, 92},  {31, 4800, 122}, {31, 4800, 153},
+                             {30, 4800, 184}, {31, 4800, 214}, {30, 4800, 245}, {31, 4800, 275}};
 
 // The day number of nearly every date that callers set: one in a year after that
 // of the reform, other than 29 February. -1 for all others, good or bad.
@@ -61,7 +59,8 @@ constexpr int usualDayNumberOf(int day, int month, int year) noexcept {
   if (static_cast<unsigned>(day) - 1 >= facts.days) return -1;
   const auto y = static_cast<std::uint32_t>(year + facts.yearOffset);
   const std::uint32_t century = y / 100;
-  return static_cast<int>(1461 * y / 4 - century + century / 4) + facts.dayOffset + day;
+  const auto daysOfYears = static_cast<int>(1461 * y / 4 - century + century / 4);
+  return daysOfYears + facts.daysBefore + day - 32045;
 }
 
 struct CalendarDay {
@@ -70,11 +69,12 @@ struct CalendarDay {
   int year;  // counted with a year 0
 };
 
-// The day of that quarter of a day in a century (Gregorian) or in all time (Julian),
-// by years that begin on 1 March and so end with the leap day. Quotient and
-// remainder of a day by the length of a year, and of a day of the year by that of
-// a month, come out of one product each: C. Neri, L. Schneider, "Euclidean affine
-// functions and their application to calendar algorithms".
+// The date of a day of a century (Gregorian) or of all time (Julian), the day in
+// quarters, which are what a year has a whole number of. Years begin on 1 March
+// here, and so end with the leap day. Quotient and remainder of a day by the length
+// of a year, and of a day of the year by that of a month, come out of one product
+// each: C. Neri, L. Schneider, "Euclidean affine functions and their application to
+// calendar algorithms".
 constexpr CalendarDay dayOf(std::uint32_t century, std::uint32_t quarterDay) noexcept {
   constexpr std::uint32_t kYearFactor = 2939745;  // 2^32 / 1461, rounded up
   constexpr std::uint32_t kDaysUntilJanuary = 306;
@@ -102,6 +102,12 @@ constexpr CalendarDay dayOf(int dayNumber) noexcept {
 }
 
 }  // namespace
+
+QVRSysDate::QVRSysDate(int day, int month, int year) noexcept
+    : dayNumber_(usualDayNumberOf(day, month, year)) {
+  if (!isValid()) [[unlikely]]
+    setUnusualDate(day, month, year);
+}
 
 bool QVRSysDate::setDate(int dayOfYear, int year) noexcept {
   const bool valid = IsDayInYear(dayOfYear, year);
