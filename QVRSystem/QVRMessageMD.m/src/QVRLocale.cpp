@@ -28,11 +28,11 @@ using qvr::internal::ForkRank;
 
 using LockGuard = QVRSysFastMutexLock::LockGuard;
 
-// Guards the making of the instance; taken before localeLock.
+// Guards the making of the instance.
 QVRSysFastMutexLock instanceLock{QVRStaticObject()};
 // Held while the C library looks for a locale. A fork waits for it: the lock that
 // the C library takes meanwhile would never be free again in the child.
-QVRSysFastMutexLock localeLock{QVRStaticObject()};
+QVRSysFastMutexLock localeLock QVR_ACQUIRED_AFTER(instanceLock){QVRStaticObject()};
 const ForkLock forkInstanceLock(ForkRank::LocaleInstance, instanceLock.getNativeLock());
 const ForkLock forkLocaleLock(ForkRank::LocaleProcess, localeLock.getNativeLock());
 
@@ -180,11 +180,12 @@ class Widening {
 
   void append(wchar_t code) {
     if (code > kLastCode) failToWiden();
-    const wchar16 pair[] = {highSurrogate(code), lowSurrogate(code)};
-    const wchar16 unit = static_cast<wchar16>(code);
-    const std::size_t units = code > kLastUnit ? 2 : 1;
-    if (units <= limit_) wide_.append(units == 2 ? pair : &unit, units);
-    limit_ -= std::min(units, limit_);
+    const bool isPair = code > kLastUnit;
+    const wchar16 units[] = {isPair ? highSurrogate(code) : static_cast<wchar16>(code),
+                             lowSurrogate(code)};
+    const std::size_t count = isPair ? 2 : 1;
+    if (count <= limit_) wide_.append(units, count);
+    limit_ -= std::min(count, limit_);  // a pair that does not fit ends the text
   }
 
   const char* text_;  // what is left; null behind its zero
