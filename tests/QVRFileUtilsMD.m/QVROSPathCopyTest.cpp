@@ -1,12 +1,10 @@
 // Copying and moving files: the bytes, the modes, and the checks in their order.
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstddef>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <thread>
 
@@ -14,7 +12,7 @@
 #include "QVREAlreadyExists.h"
 #include "QVREDoesNotExist.h"
 #include "QVROSPath.h"
-#include "support/ExpectFailure.h"
+#include "QVROSPathChecks.h"
 #include "support/OrdinaryUser.h"
 #include "support/ScopedEnvironment.h"
 #include "support/TemporaryDirectory.h"
@@ -23,20 +21,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr char kSource[] = "QVRSystem/QVRFileUtilsMD.m/src/QVROSPath";
 constexpr auto kOverwrite = QVROSPath::OVERWRITE;
 constexpr auto kFailIfExists = QVROSPath::FAIL_IF_EXISTS;
-
-template <class Exception, class Action>
-void expectPathFailure(Action action, const char* text) {
-  expectFailure<Exception>(action, text, kSource);
-}
-
-std::string bytesOf(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  EXPECT_TRUE(file) << path;
-  return {std::istreambuf_iterator<char>(file), {}};
-}
 
 /// Bytes of every value, no two blocks of which are alike.
 std::string manyBytes(std::size_t size) {
@@ -49,10 +35,6 @@ unsigned modeOf(const std::string& path) {
   struct stat status = {};
   EXPECT_EQ(stat(path.c_str(), &status), 0) << path;
   return status.st_mode & 07777;
-}
-
-std::ptrdiff_t openDescriptors() {
-  return std::distance(fs::directory_iterator("/proc/self/fd"), {});
 }
 
 /// The two operations, whose checks are the same.

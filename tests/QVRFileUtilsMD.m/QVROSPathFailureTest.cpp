@@ -2,10 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <string>
 
 #include "QVREAccessDenied.h"
@@ -13,32 +10,15 @@
 #include "QVRECannotCreate.h"
 #include "QVREDoesNotExist.h"
 #include "QVROSPath.h"
+#include "QVROSPathChecks.h"
 #include "support/AllocationRefuser.h"
-#include "support/ExpectFailure.h"
 #include "support/PlatformPlan.h"
 #include "support/ScopedEnvironment.h"
 #include "support/TemporaryDirectory.h"
 
 namespace {
 
-namespace fs = std::filesystem;
-
-constexpr char kSource[] = "QVRSystem/QVRFileUtilsMD.m/src/QVROSPath";
 constexpr auto kOverwrite = QVROSPath::OVERWRITE;
-
-template <class Exception, class Action>
-void expectPathFailure(Action action, const char* text) {
-  expectFailure<Exception>(action, text, kSource);
-}
-
-std::string bytesOf(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
-std::ptrdiff_t openDescriptors() {
-  return std::distance(fs::directory_iterator("/proc/self/fd"), {});
-}
 
 /// A file to copy, and where to.
 class QVROSPathFailureTest : public testing::Test {

@@ -10,7 +10,6 @@
 #include <climits>
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
 #include <random>
 #include <string>
 #include <vector>
@@ -19,7 +18,7 @@
 #include "QVREAlreadyExists.h"
 #include "QVRECannotCreate.h"
 #include "QVREDoesNotExist.h"
-#include "support/ExpectFailure.h"
+#include "QVROSPathChecks.h"
 #include "support/OrdinaryUser.h"
 #include "support/ScopedEnvironment.h"
 #include "support/TemporaryDirectory.h"
@@ -54,13 +53,7 @@ namespace {
 namespace fs = std::filesystem;
 using Access = QVROSPathTestAccess;
 
-constexpr char kSource[] = "QVRSystem/QVRFileUtilsMD.m/src/QVROSPath";
 constexpr std::size_t kNone = std::string::npos;
-
-template <class Exception, class Action>
-void expectPathFailure(Action action, const char* text) {
-  expectFailure<Exception>(action, text, kSource);
-}
 
 /// The current directory of the process, put back at the end of the scope.
 class ScopedCurrentDirectory {
