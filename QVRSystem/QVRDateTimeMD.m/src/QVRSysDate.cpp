@@ -101,6 +101,22 @@ constexpr CalendarDay dayOf(int dayNumber) noexcept {
   return date;
 }
 
+constexpr int kNameless = -1;
+
+template <class Char>
+auto monthText(int month, const Char* format) {
+  std::tm time{};
+  time.tm_mon = QVRSysDate::IsMonth(month) ? month - 1 : kNameless;
+  return QVRStrftime(format, time);
+}
+
+template <class Char>
+auto weekdayText(int dayOfWeek, const Char* format) {
+  std::tm time{};
+  time.tm_wday = QVRSysDate::IsDayInWeek(dayOfWeek) ? dayOfWeek - 1 : kNameless;
+  return QVRStrftime(format, time);
+}
+
 }  // namespace
 
 QVRSysDate::QVRSysDate(int day, int month, int year) noexcept
@@ -324,27 +340,19 @@ int QVRSysDate::DaysInMonth(int month, int year) noexcept {
 }
 
 std::string QVRSysDate::MonthName(int month, bool full) {
-  std::tm time{};
-  time.tm_mon = IsMonth(month) ? month - 1 : -1;
-  return QVRStrftime(full ? "%B" : "%b", time);
+  return monthText(month, full ? "%B" : "%b");
 }
 
 std::u16string QVRSysDate::MonthNameW(int month, bool full) {
-  std::tm time{};
-  time.tm_mon = IsMonth(month) ? month - 1 : -1;
-  return QVRStrftime(full ? u"%B" : u"%b", time);
+  return monthText(month, full ? u"%B" : u"%b");
 }
 
 std::string QVRSysDate::DayOfWeekName(int dayOfWeek, bool full) {
-  std::tm time{};
-  time.tm_wday = IsDayInWeek(dayOfWeek) ? dayOfWeek - 1 : -1;
-  return QVRStrftime(full ? "%A" : "%a", time);
+  return weekdayText(dayOfWeek, full ? "%A" : "%a");
 }
 
 std::u16string QVRSysDate::DayOfWeekNameW(int dayOfWeek, bool full) {
-  std::tm time{};
-  time.tm_wday = IsDayInWeek(dayOfWeek) ? dayOfWeek - 1 : -1;
-  return QVRStrftime(full ? u"%A" : u"%a", time);
+  return weekdayText(dayOfWeek, full ? u"%A" : u"%a");
 }
 
 std::string QVRSysDate::EraName(int era, bool commonEra) {
