@@ -131,7 +131,7 @@ class File {
   }
 
  private:
-  int file_;
+  int file_ = -1;
   bool isOpen_;
 };
 
