@@ -182,6 +182,8 @@ TEST(QVRExceptionFailureTest, CancellationWaitsUntilWhatReturns) {
   EXPECT_EQ(result, PTHREAD_CANCELED);
 }
 
+// AddressSanitizer takes frames that a cancellation has unwound for live ones.
+#if !defined(__SANITIZE_ADDRESS__)
 /// Ends its thread while a failure is reported.
 void endThread(const char*, const char*, const char*, int) {
   pthread_cancel(pthread_self());
@@ -206,5 +208,6 @@ TEST(QVRExceptionFailureTest, ThreadCancelledWhileWhereReportsEnds) {
 
   EXPECT_EQ(result, PTHREAD_CANCELED);
 }
+#endif
 
 }  // namespace

@@ -127,6 +127,8 @@ TEST_F(QVRTraceCallTest, ExitKeepsTheExceptionThatIsUnderWay) {
       std::logic_error);
 }
 
+// AddressSanitizer takes frames that a cancellation has unwound for live ones.
+#if !defined(__SANITIZE_ADDRESS__)
 TEST_F(QVRTraceCallTest, ThreadCancelledInTheWriterOfAnExitEndsAndLeavesTheLockFree) {
   static QVRTraceLog* log;
   log = &log_;
@@ -153,5 +155,6 @@ TEST_F(QVRTraceCallTest, ThreadCancelledInTheWriterOfAnExitEndsAndLeavesTheLockF
   log_.releaseLock();
   EXPECT_EQ(recorder_.lines(), (Lines{"Entering f\n", "Exiting f\n", "after it"}));
 }
+#endif
 
 }  // namespace
