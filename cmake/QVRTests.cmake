@@ -7,7 +7,8 @@
 function(qvr_add_tests name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;SEAM_SOURCES;LIBRARIES")
 
-  add_executable(${name}Tests ${arg_SEAM_SOURCES} $<TARGET_OBJECTS:QVRSystemObjects>
+  set(leak_suppressions ${PROJECT_SOURCE_DIR}/tests/support/LeakSuppressions.cpp)
+  add_executable(${name}Tests ${arg_SEAM_SOURCES} ${leak_suppressions} $<TARGET_OBJECTS:QVRSystemObjects>
     $<TARGET_OBJECTS:QVRSystemRealPlatform> $<TARGET_OBJECTS:QVRPlatformDouble>)
   target_include_directories(${name}Tests PRIVATE
     ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/QVRSystem/include)
@@ -23,7 +24,7 @@ function(qvr_add_tests name)
       ${arg_LIBRARIES} GTest::gtest_main)
     target_link_libraries(${name}Tests PRIVATE ${name}TestSources)
 
-    add_executable(${name}SharedTests)
+    add_executable(${name}SharedTests ${leak_suppressions})
     target_link_libraries(${name}SharedTests PRIVATE ${name}TestSources QVRSystem)
     qvr_discover_tests(${name}SharedTests "Shared.")
   endif()
