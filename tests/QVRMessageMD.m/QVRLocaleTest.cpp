@@ -653,10 +653,11 @@ TEST(QVRLocaleTest, ShortTextsNeedNoMemoryButThatOfTheOutput) {
     const std::string text(1024, 'x');
     std::u16string out(1024, u' ');
     char buffer[1025];
+    const QVRLocale& global = QVRLocale::global();
     const AllocationRefuser refuser(0);
 
-    QVRLocale::global().put(out, text.c_str(), text.size());
-    QVRLocale::global().get(out, buffer, sizeof buffer);
+    global.put(out, text.c_str(), text.size());
+    global.get(out, buffer, sizeof buffer);
 
     EXPECT_EQ(refuser.count(), 0u);
   }
