@@ -7,6 +7,10 @@ set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
+# The three libraries call their own exported functions, never another module's of
+# the same name: the compiler may inline them.
+add_compile_options(-fno-semantic-interposition)
+
 find_package(Threads REQUIRED)
 
 add_library(QVRWarnings INTERFACE)
