@@ -41,6 +41,8 @@ endfunction()
 # A shared library of this project: `target` from FOLDER/src with FOLDER/include.
 # The three are installed beside each other and find each other there.
 function(qvr_shared_library target)
+  # Who links the library compiles its headers.
+  target_compile_features(${target} PUBLIC cxx_std_20)
   set_target_properties(${target} PROPERTIES
     VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} EXPORT_NAME ${target}
     INSTALL_RPATH "$ORIGIN" LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/exports.map)
