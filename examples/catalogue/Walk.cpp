@@ -59,7 +59,8 @@ class Walk {
   void visit(QVROSDirectoryIterator& entry);
   void leaveLevels(const std::string& text);
   void descend(QVROSDirectoryIterator& entry, const QVROSPath& directory);
-  void openLevel(const QVROSPath& directory);
+  void openLevel(const QVROSPath& directory, DirectoryListing listing,
+                 const std::error_code& failure);
   void count(Kind kind);
   void readFile(const std::string& path);
   void addUnreadable(const std::string& path, const wchar16* text, const std::error_code& failure);
@@ -89,9 +90,11 @@ Catalogue Walk::run() {
 void Walk::walkTree() {
   const QVROSPath root(directory_);
   try {
-    QVROSDirectoryIterator entry(root, QVROSDirectoryIterator::RECURSIVE);
     const QVROSDirectoryIterator end = QVROSDirectory(root).end();
-    openLevel(root);
+    std::error_code unlisted;
+    DirectoryListing listing(root.getUNIXPath(), unlisted);
+    QVROSDirectoryIterator entry(root, QVROSDirectoryIterator::RECURSIVE);
+    openLevel(root, std::move(listing), unlisted);
     while (entry != end) visit(entry);
   } catch (const QVRException& failure) {
     catalogue_.addUnreadable(root.getUNIXPath(), failure);
@@ -121,6 +124,9 @@ void Walk::leaveLevels(const std::string& text) {
 }
 
 void Walk::descend(QVROSDirectoryIterator& entry, const QVROSPath& directory) {
+  // Before it is entered: the last descriptor serves both, one after the other.
+  std::error_code unlisted;
+  DirectoryListing listing(directory.getUNIXPath(), unlisted);
   try {
     entry++;
   } catch (const QVRException& failure) {
@@ -128,14 +134,14 @@ void Walk::descend(QVROSDirectoryIterator& entry, const QVROSPath& directory) {
     entry.skip();
     return;
   }
-  openLevel(directory);
+  openLevel(directory, std::move(listing), unlisted);
 }
 
-void Walk::openLevel(const QVROSPath& directory) {
+void Walk::openLevel(const QVROSPath& directory, DirectoryListing listing,
+                     const std::error_code& failure) {
   QVROSPath withDelimiter = directory;
   withDelimiter.appendPath("");
-  std::error_code failure;
-  levels_.push_back({withDelimiter.getPath(), DirectoryListing(directory.getUNIXPath(), failure)});
+  levels_.push_back({withDelimiter.getPath(), std::move(listing)});
   if (failure) addUnreadable(directory.getUNIXPath(), u"Cannot list the directory: %1", failure);
   for (const auto& [name, kind] : levels_.back().listing.unnameable()) {
     count(kind);

@@ -437,6 +437,25 @@ class DeepTree(CatalogueTest):
             [(tooDeep + "/d", "QVREOpenFailed"), (tooDeep + "/f", "QVREIOError")],
         )
 
+    def test_every_directory_that_a_descriptor_was_left_for_is_counted_whole(self):
+        self.make_file(b"tree/" + b"d/" * 40 + b"f")
+        for level in range(40):
+            self.make_file(b"tree/" + b"d/" * level + b"f")
+        for limit in (8, 9, 20):
+            result = run(
+                "--format=json",
+                cwd=self.tree,
+                preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (limit, limit)),
+            )
+
+            self.assertEqual((result.returncode, result.stderr), (1, b""))
+            catalogue = json.loads(result.stdout)
+            entered = catalogue["totals"]["directories"] - 1
+            self.assertGreater(entered, 1)
+            self.assertEqual(catalogue["totals"]["regularFiles"], entered)
+            closed = "." + "/d" * entered
+            self.assertEqual(self.unreadable(catalogue), [(closed, "QVREOpenFailed")])
+
 
 class Times(CatalogueTest):
     HOUR = 3600
