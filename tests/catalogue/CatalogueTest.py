@@ -22,6 +22,9 @@ import unittest
 
 PROGRAM = None  # set by main()
 
+# Compiled for the tests into the build folder, in which this script lies too.
+LOCALES = os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "locales")
+
 ENVIRONMENT = {
     name: value for name, value in os.environ.items() if not name.endswith("TraceLevel")
 } | {"LC_ALL": "C.UTF-8", "TZ": "UTC0"}
@@ -610,11 +613,13 @@ class Formats(CatalogueTest):
         self.assertEqual(without_time[0], without_time[2])
 
     def test_reports_are_the_same_in_every_locale(self):
+        self.assertIn("de_DE.UTF-8", os.listdir(LOCALES))
         for form in ("text", "csv", "json"):
-            reports = {
-                re.sub(rb"elapsed.*", b"", run(f"--format={form}", self.tree, env=env).stdout)
-                for env in ({"LC_ALL": "C"}, {"LC_ALL": "C.UTF-8"}, {"LC_ALL": "de_DE.UTF-8"})
-            }
+            reports = set()
+            for locale in ("C", "C.UTF-8", "de_DE.UTF-8", "ja_JP.EUC-JP", "zh_CN.GB18030"):
+                env = {"LC_ALL": locale, "LOCPATH": LOCALES}
+                result = run(f"--format={form}", self.tree, env=env)
+                reports.add(re.sub(rb"elapsed.*", b"", result.stdout))
 
             self.assertEqual(len(reports), 1)
 
