@@ -51,7 +51,8 @@ QVRSYSTEM_API QVRSysThreadId QVRSysGetThreadId() noexcept;
 
 /// Puts the calling thread to sleep. Signals neither shorten nor lengthen it; a
 /// time too long to count lasts for ever; 0 gives up the rest of the time slice.
-QVRSYSTEM_API void QVRSysThreadSleep(unsigned long milliseconds) noexcept;
+/// Throws nothing; only the platform's own unwinding of a cancelled thread passes.
+QVRSYSTEM_API void QVRSysThreadSleep(unsigned long milliseconds);
 
 /// Gives up the rest of the time slice; returns at once where no other thread
 /// is ready.

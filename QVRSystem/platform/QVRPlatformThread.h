@@ -16,8 +16,9 @@ int threadId(std::uint32_t& id) noexcept;
 int processId(std::uint32_t& id) noexcept;
 
 /// Returns once the time is over, however many signals arrive meanwhile. Times
-/// past the clock's range last as long as the clock can count.
-int sleepFor(std::uint64_t milliseconds) noexcept;
+/// past the clock's range last as long as the clock can count. Not noexcept: the
+/// unwinding of a thread that is cancelled in its sleep passes.
+int sleepFor(std::uint64_t milliseconds);
 
 /// Gives up the rest of the time slice.
 int yield() noexcept;

@@ -2,6 +2,7 @@
 #include "QVRSysThreadId.h"
 
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <signal.h>
 #include <sys/syscall.h>
 #include <sys/time.h>
@@ -182,5 +183,23 @@ TEST(QVRSysThreadIdTest, ATimeTooLongToCountLastsForEver) {
     waitpid(pid, nullptr, 0);
   }
 }
+
+// AddressSanitizer takes frames that a cancellation has unwound for live ones.
+#if !defined(__SANITIZE_ADDRESS__)
+TEST(QVRSysThreadIdTest, ASleepingThreadCanBeCancelled) {
+  const auto sleep = [](void*) -> void* {
+    pthread_cancel(pthread_self());
+    QVRSysThreadSleep(~0ul);
+    return nullptr;
+  };
+  pthread_t thread;
+  ASSERT_EQ(pthread_create(&thread, nullptr, sleep, nullptr), 0);
+
+  void* result = nullptr;
+  pthread_join(thread, &result);
+
+  EXPECT_EQ(result, PTHREAD_CANCELED);
+}
+#endif
 
 }  // namespace

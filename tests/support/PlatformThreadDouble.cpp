@@ -24,7 +24,7 @@ int waitWhile(std::uint32_t& word, std::uint32_t expected) noexcept {
 int wake(std::uint32_t* word, int count) noexcept { return posix::wake(word, count); }
 
 int processId(std::uint32_t& id) noexcept { return forward("processId", &posix::processId, id); }
-int sleepFor(std::uint64_t milliseconds) noexcept {
+int sleepFor(std::uint64_t milliseconds) {
   return forward("sleepFor", &posix::sleepFor, milliseconds);
 }
 int yield() noexcept { return forward("yield", &posix::yield); }

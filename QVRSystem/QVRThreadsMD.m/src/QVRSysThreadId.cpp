@@ -23,7 +23,7 @@ QVRSysThreadId QVRSysGetThreadId() noexcept {
   return {static_cast<unsigned long>(qvr::internal::currentThreadId())};
 }
 
-void QVRSysThreadSleep(unsigned long milliseconds) noexcept {
+void QVRSysThreadSleep(unsigned long milliseconds) {
   if (milliseconds == 0) {
     qvr::internal::yield();
   } else {

@@ -21,7 +21,7 @@ int processId(std::uint32_t& id) noexcept {
   return 0;
 }
 
-int sleepFor(std::uint64_t milliseconds) noexcept {
+int sleepFor(std::uint64_t milliseconds) {
   constexpr long kNanosecondsPerSecond = 1'000'000'000;
   constexpr long kNanosecondsPerMillisecond = 1'000'000;
   // An absolute end: a signal neither shortens nor lengthens the sleep. The
