@@ -3,12 +3,16 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <cstdint>
+#include <new>
 #include <random>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "QVRLocale.h"
+#include "QVRSystem/internal/QVRThreadState.h"
+#include "support/AllocationRefuser.h"
 #include "support/PlatformPlan.h"
 #include "support/ScopedLocale.h"
 
@@ -210,6 +214,25 @@ TEST(QVRLocaleFailureTest, TheInstanceIsMadeWhateverBecomesOfTheUsersLocale) {
 
   EXPECT_EQ(out, u"7");
   EXPECT_EQ(plan.calls(), 1u);
+}
+
+TEST(QVRLocaleFailureTest, TheInstanceIsMadeInAShortSectionThatEndsWithAFailure) {
+  static std::uint32_t marks;
+  marks = 0;
+  QVRLocale::onExit();
+  const std::new_handler before = std::set_new_handler([] {
+    marks = qvr::internal::threadState.shortSections;
+    throw std::bad_alloc();
+  });
+
+  {
+    const AllocationRefuser refuser(1);
+    EXPECT_THROW(QVRLocale::global(), std::bad_alloc);
+  }
+  std::set_new_handler(before);
+
+  EXPECT_EQ(marks, 1u);
+  EXPECT_EQ(qvr::internal::threadState.shortSections, 0u);
 }
 
 }  // namespace

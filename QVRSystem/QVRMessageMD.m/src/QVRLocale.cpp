@@ -17,6 +17,7 @@
 #include "QVRSysTime.h"
 #include "QVRSystem/internal/QVRAtomic.h"
 #include "QVRSystem/internal/QVRFork.h"
+#include "QVRSystem/internal/QVRThreadState.h"
 #include "QVRSystem/platform/QVRPlatformLocale.h"
 #include "QVRUtf8.h"
 
@@ -25,6 +26,7 @@ namespace {
 using qvr::internal::Atomic;
 using qvr::internal::ForkLock;
 using qvr::internal::ForkRank;
+using qvr::internal::ShortSection;
 
 using LockGuard = QVRSysFastMutexLock::LockGuard;
 
@@ -41,6 +43,7 @@ constinit Atomic<const QVRLocale*> instance{nullptr};
 bool exitIsRegistered QVR_GUARDED_BY(instanceLock) = false;
 
 bool probe(const char* name) {
+  const ShortSection section;
   const LockGuard guard(localeLock);
   return qvr::platform::probeLocale(name) == 0;
 }
@@ -367,6 +370,7 @@ void QVRLocale::putMoney(std::u16string& out, double amount, SymbolType) const {
 const QVRLocale& QVRLocale::global() {
   // Pairs with the store below: whoever sees the instance sees it complete.
   if (const QVRLocale* const made = instance.load(std::memory_order_acquire)) return *made;
+  const ShortSection section;
   const LockGuard guard(instanceLock);
   if (const QVRLocale* const made = instance.load(std::memory_order_relaxed)) return *made;
   auto locale = std::make_unique<const QVRLocale>("");
@@ -380,6 +384,7 @@ const QVRLocale& QVRLocale::global() {
 bool QVRLocale::exists(const char* name) { return name != nullptr && probe(name); }
 
 void QVRLocale::onExit() {
+  const ShortSection section;
   const LockGuard guard(instanceLock);
   delete instance.exchange(nullptr, std::memory_order_acq_rel);
 }
