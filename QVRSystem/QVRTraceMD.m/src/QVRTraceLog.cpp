@@ -153,7 +153,7 @@ constinit LineLock lineLock;
 
 constinit QVRSysFastMutexLock& QVRTraceLog::ClassMutex = lineLock.lock;
 
-struct QVRTraceLog::State {
+struct [[gnu::visibility("hidden")]] QVRTraceLog::State {
   State(const std::string& logName, QVRTraceLevel logLevel, const std::string& logFormat)
       : name(logName),
         levelVariable(logName + kLevelVariableEnding),
