@@ -217,19 +217,22 @@ TEST(QVRSysDateTest, RangesAreThoseOfTheClass) {
 }
 
 TEST(QVRSysDateTest, UncheckedConversionsTakeAnyNumbers) {
-  // The formulas by hand: month 13 is January of the next year, month 0 December
-  // of the one before; far out, what counts is only that nothing overflows.
+  // Month 13 is January of the next year, month 0 December of the one before.
   EXPECT_EQ(Facts::CalcJulian(1, 13, 2000), Facts::CalcJulian(1, 1, 2001));
   EXPECT_EQ(Facts::CalcJulian(1, 0, 2001), Facts::CalcJulian(1, 12, 2000));
   EXPECT_EQ(Facts::CalcJulian(32, 1, 2001), Facts::CalcJulian(1, 2, 2001));
   EXPECT_EQ(Facts::CalcJulian(0, 2001), Facts::CalcJulian(366, 2000));
-  for (const int a : {kMin, kMax}) {
-    Facts::DateType date{};
-    Facts::CalcGregorian(date, a);
-    for (const int b : {kMin, kMax}) {
-      Facts::CalcJulian(a, b);
-      EXPECT_EQ(Facts::CalcJulian(a, b, 1), Facts::CalcJulian(a, b, 1));
-    }
+  // Far out the formulas go on in 64 bits, of which the low 32 are kept.
+  const struct {
+    int a, b, ofDayOfYearAndYear, ofDayAndMonth, ofMonthAndYear;
+  } cases[] = {{kMin, kMin, -535149489, 1209680944, 672810033},
+               {kMin, kMax, 522485479, -1207580364, 1731787178},
+               {kMax, kMin, -535149490, 1209680943, -1743109099},
+               {kMax, kMax, 522485478, -1207580365, -686816309}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(Facts::CalcJulian(c.a, c.b), c.ofDayOfYearAndYear) << c.a << ' ' << c.b;
+    EXPECT_EQ(Facts::CalcJulian(c.a, c.b, 1), c.ofDayAndMonth) << c.a << ' ' << c.b;
+    EXPECT_EQ(Facts::CalcJulian(1, c.a, c.b), c.ofMonthAndYear) << c.a << ' ' << c.b;
   }
 }
 
