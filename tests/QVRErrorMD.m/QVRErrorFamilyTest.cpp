@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "QVRSystem.h"
+#include "support/TraceRecorder.h"
 
 namespace {
 
@@ -161,6 +162,28 @@ TEST(QVRErrorFamilyTest, MakingAConcreteOneBlanksTheSystemLogsHeader) {
   }
   EXPECT_EQ(QVRBuildTrace.GetFormat(), beforeOfBuild);
   QVRSystemTrace.SetFormat(before);
+}
+
+TEST(QVRErrorFamilyTest, LinesOfTheSystemLogHaveABlankForAHeaderFromThenOn) {
+  const std::string before = QVRSystemTrace.GetFormat();
+  const auto write = [] {
+    QVRSystemTrace.acquireLock();
+    QVRSystemTrace.write(QVRTraceLevelError, kFile, 42) << "text";
+    QVRSystemTrace.releaseLock();
+  };
+  const TraceRecorder recorder;
+  QVRSystemTrace.SetFormat("%l");
+
+  write();
+  QVREOutOfRange(u"", kFile, 1);
+  write();
+  QVRSystemTrace.SetFormat("%l");
+  QVREOutOfRange(u"", kFile, 1);
+  QVREOutOfRange(u"", kFile, 1);
+  write();
+  QVRSystemTrace.SetFormat(before);
+
+  EXPECT_EQ(recorder.lines(), (std::vector<std::string>{"42 text", " text", " text"}));
 }
 
 TEST(QVRErrorFamilyTest, NothingElseTouchesTheSystemLogsHeader) {
