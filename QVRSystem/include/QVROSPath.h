@@ -61,13 +61,16 @@ class QVRSYSTEM_API QVROSPath {
   /// The text with forward slashes only.
   std::string getUNIXPath() const;
 
-  // Comparisons go by the exact text; a string is made into a path first.
+  /// @name Comparisons
+  /// By the exact text; a string is made into a path first.
+  /// @{
   bool operator==(const QVROSPath& other) const;
   bool operator!=(const QVROSPath& other) const;
   bool operator==(const std::string& other) const;
   bool operator!=(const std::string& other) const;
   bool operator==(const char* other) const;
   bool operator!=(const char* other) const;
+  /// @}
 
   /// The name behind the last separator; a single trailing separator does not
   /// count: "c" of "a\b\c", "b" of "a\b\". Empty for the root and behind two
@@ -122,9 +125,10 @@ class QVRSYSTEM_API QVROSPath {
   /// @throws QVRECannotCreate "could not create tempary file".
   std::FILE* createTemparyFile() const;
 
-  // Queries; false where the answer cannot be had, links followed. The first
-  // four answer for the real user, everything else acts as the effective one.
-
+  /// @name Queries
+  /// False where the answer cannot be had; links are followed. The first four
+  /// answer for the real user, everything else acts as the effective one.
+  /// @{
   bool exists() const;
   bool isReadable() const;
   bool isWritable() const;
@@ -132,16 +136,18 @@ class QVRSYSTEM_API QVROSPath {
   bool isExecutable() const;
   bool isRegularFile() const;
   bool isDirectory() const;
+  /// @}
 
-  // Status of the file, links followed.
-  // @throws QVREDoesNotExist "The file does not exist".
-  // @throws QVREAccessDenied "Permission denied" if the status cannot be read.
+  /// @name Status
+  /// Of what the path names, links followed. Times are of the unexpanded text, in
+  /// seconds since 1970-01-01 00:00 UTC; those returned are the low 32 bits,
+  /// signed, those given are taken in full.
+  /// @throws QVREDoesNotExist "The file does not exist".
+  /// @throws QVREAccessDenied "Permission denied" if the status cannot be read.
+  /// @{
 
   /// Size in bytes of the file at the expanded text: the low 32 bits, signed.
   int size() const;
-
-  // Times are of the unexpanded text, in seconds since 1970-01-01 00:00 UTC.
-  // Those returned are the low 32 bits, signed; those given are taken in full.
 
   long getAccessTime() const;
   long getModifyTime() const;
@@ -152,8 +158,11 @@ class QVRSYSTEM_API QVROSPath {
   void setAccessTime(const long& seconds) const;
   /// Sets the time of the last modification, as setAccessTime() does the other.
   void setModifyTime(const long& seconds) const;
+  /// @}
 
-  // Actions, all on the expanded text.
+  /// @name Actions
+  /// All on the expanded text.
+  /// @{
 
   /// Unlinks the file; of a link, the link.
   /// @throws QVREDoesNotExist "The file does not exist".
@@ -204,6 +213,7 @@ class QVRSYSTEM_API QVROSPath {
   ///   if the source cannot be unlinked or not all its bytes could be copied. The
   ///   source is still there then, and so is what was copied.
   void move(const QVROSPath& destination, createMode mode) const;
+  /// @}
 
  private:
   friend struct QVROSPathTestAccess;
