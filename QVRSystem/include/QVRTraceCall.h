@@ -21,8 +21,9 @@ class QVRSYSTEM_API QVRTraceCall {
   ///   given back.
   QVRTraceCall(QVRTraceLog& log, const char* functionName);
 
-  /// Lets no failure out: a line that cannot be written is lost. Only the
-  /// platform's own unwinding of a cancelled thread passes.
+  /// Lets no failure out: a line that cannot be written is lost. Cancelling the
+  /// calling thread waits until this returns; only the platform's own unwinding of
+  /// a thread that a writer ends passes.
   ~QVRTraceCall() noexcept(false);
 
   QVRTraceCall(const QVRTraceCall&) = delete;

@@ -127,28 +127,64 @@ TEST_F(QVRTraceCallTest, ExitKeepsTheExceptionThatIsUnderWay) {
       std::logic_error);
 }
 
-// AddressSanitizer takes frames that a cancellation has unwound for live ones.
-#if !defined(__SANITIZE_ADDRESS__)
-TEST_F(QVRTraceCallTest, ThreadCancelledInTheWriterOfAnExitEndsAndLeavesTheLockFree) {
+/// What a thread that runs `action` ends with.
+void* resultOfThread(void* (*action)(void*)) {
+  pthread_t thread;
+  void* result = nullptr;
+  EXPECT_EQ(pthread_create(&thread, nullptr, action, nullptr), 0);
+  pthread_join(thread, &result);
+  return result;
+}
+
+TEST_F(QVRTraceCallTest, CancellationWaitsUntilTheExitIsWritten) {
   static QVRTraceLog* log;
   log = &log_;
-  pthread_t thread;
-  const auto run = [](void*) -> void* {
-    const QVRTraceCall call(*log, "f");
-    log->setLevel(QVRTraceLevelError);
+  recorder_.onLine([] { pthread_testcancel(); });
+
+  const auto duringAnException = [](void*) -> void* {
+    try {
+      const QVRTraceCall call(*log, "throwing");
+      pthread_cancel(pthread_self());
+      throw std::runtime_error("under way");
+    } catch (const std::runtime_error&) {
+    }
+    pthread_testcancel();
     return nullptr;
   };
-  recorder_.onLine([this] {
-    if (recorder_.lines().size() < 2) return;
-    pthread_cancel(pthread_self());
+  EXPECT_EQ(resultOfThread(duringAnException), PTHREAD_CANCELED);
+
+  const auto inAHandler = [](void*) -> void* {
+    try {
+      throw std::runtime_error("handled");
+    } catch (const std::runtime_error&) {
+      const QVRTraceCall call(*log, "handling");
+      pthread_cancel(pthread_self());
+    }
     pthread_testcancel();
+    return nullptr;
+  };
+  EXPECT_EQ(resultOfThread(inAHandler), PTHREAD_CANCELED);
+
+  EXPECT_EQ(recorder_.lines(), (Lines{"Entering throwing\n", "Exiting throwing\n",
+                                      "Entering handling\n", "Exiting handling\n"}));
+}
+
+// AddressSanitizer takes frames that unwinding of the platform has left for live ones.
+#if !defined(__SANITIZE_ADDRESS__)
+TEST_F(QVRTraceCallTest, ThreadEndedByTheWriterOfAnExitLeavesTheLockFree) {
+  static QVRTraceLog* log;
+  log = &log_;
+  static int ended;
+  recorder_.onLine([this] {
+    if (recorder_.lines().size() == 2) pthread_exit(&ended);
   });
 
-  ASSERT_EQ(pthread_create(&thread, nullptr, run, nullptr), 0);
-  void* result = nullptr;
-  pthread_join(thread, &result);
+  const auto run = [](void*) -> void* {
+    const QVRTraceCall call(*log, "f");
+    return nullptr;
+  };
+  EXPECT_EQ(resultOfThread(run), &ended);
   recorder_.onLine(nullptr);
-  EXPECT_EQ(result, PTHREAD_CANCELED);
 
   log_.acquireLock();
   log_.write(QVRTraceLevelError, "after it");

@@ -37,6 +37,8 @@ QVRTraceCall::QVRTraceCall(QVRTraceLog& log, const char* functionName) : log_(lo
 
 QVRTraceCall::~QVRTraceCall() noexcept(false) {
   if (name_ == nullptr) return;
+  // No unwinding could leave this while an exception is under way or handled.
+  const qvr::internal::CancellationHold hold;
   try {
     const QVRTraceLevel level = log_.getLevel();
     if (level != QVRTraceLevelNone) writeLine(log_, level, "Exiting ", name_.get());
