@@ -36,10 +36,10 @@ bool isNameable(std::string_view path) {
   return path.find('\\') == path.npos && !hasPercentPair(path);
 }
 
-DirectoryListing::DirectoryListing(const std::string& directory, std::error_code& failure) {
+DirectoryListing::DirectoryListing(const std::string& directory) {
   const fs::directory_iterator end;
-  for (fs::directory_iterator entry(directory, failure); !failure && entry != end;
-       entry.increment(failure)) {
+  for (fs::directory_iterator entry(directory, failure_); !failure_ && entry != end;
+       entry.increment(failure_)) {
     add(nameOf(*entry), kindOf(*entry));
   }
 }

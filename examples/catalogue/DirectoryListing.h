@@ -30,8 +30,10 @@ class DirectoryListing {
     Kind kind;
   };
 
-  /// @param failure why the list ends early, if it does.
-  DirectoryListing(const std::string& directory, std::error_code& failure);
+  explicit DirectoryListing(const std::string& directory);
+
+  /// Why the list ends early, if it does.
+  const std::error_code& failure() const { return failure_; }
 
   /// Takes a name out.
   /// @return its kind; nothing if the name is not there (any more) or not nameable.
@@ -42,6 +44,7 @@ class DirectoryListing {
  private:
   void add(std::string name, Kind kind);
 
+  std::error_code failure_;
   std::unordered_map<std::string, Kind> kinds_;
   std::vector<Entry> unnameable_;
 };

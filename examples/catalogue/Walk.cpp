@@ -59,8 +59,7 @@ class Walk {
   void visit(QVROSDirectoryIterator& entry);
   void leaveLevels(const std::string& text);
   void descend(QVROSDirectoryIterator& entry, const QVROSPath& directory);
-  void openLevel(const QVROSPath& directory, DirectoryListing listing,
-                 const std::error_code& failure);
+  void openLevel(const QVROSPath& directory, DirectoryListing listing);
   void count(Kind kind);
   void readFile(const std::string& path);
   void addUnreadable(const std::string& path, const wchar16* text, const std::error_code& failure);
@@ -91,10 +90,9 @@ void Walk::walkTree() {
   const QVROSPath root(directory_);
   try {
     const QVROSDirectoryIterator end = QVROSDirectory(root).end();
-    std::error_code unlisted;
-    DirectoryListing listing(root.getUNIXPath(), unlisted);
+    DirectoryListing listing(root.getUNIXPath());
     QVROSDirectoryIterator entry(root, QVROSDirectoryIterator::RECURSIVE);
-    openLevel(root, std::move(listing), unlisted);
+    openLevel(root, std::move(listing));
     while (entry != end) visit(entry);
   } catch (const QVRException& failure) {
     catalogue_.addUnreadable(root.getUNIXPath(), failure);
@@ -125,8 +123,7 @@ void Walk::leaveLevels(const std::string& text) {
 
 void Walk::descend(QVROSDirectoryIterator& entry, const QVROSPath& directory) {
   // Before it is entered: the last descriptor serves both, one after the other.
-  std::error_code unlisted;
-  DirectoryListing listing(directory.getUNIXPath(), unlisted);
+  DirectoryListing listing(directory.getUNIXPath());
   try {
     entry++;
   } catch (const QVRException& failure) {
@@ -134,19 +131,20 @@ void Walk::descend(QVROSDirectoryIterator& entry, const QVROSPath& directory) {
     entry.skip();
     return;
   }
-  openLevel(directory, std::move(listing), unlisted);
+  openLevel(directory, std::move(listing));
 }
 
-void Walk::openLevel(const QVROSPath& directory, DirectoryListing listing,
-                     const std::error_code& failure) {
+void Walk::openLevel(const QVROSPath& directory, DirectoryListing listing) {
   QVROSPath withDelimiter = directory;
   withDelimiter.appendPath("");
-  levels_.push_back({withDelimiter.getPath(), std::move(listing)});
-  if (failure) addUnreadable(directory.getUNIXPath(), u"Cannot list the directory: %1", failure);
-  for (const auto& [name, kind] : levels_.back().listing.unnameable()) {
+  if (listing.failure()) {
+    addUnreadable(directory.getUNIXPath(), u"Cannot list the directory: %1", listing.failure());
+  }
+  for (const auto& [name, kind] : listing.unnameable()) {
     count(kind);
     addUnnameable(withDelimiter.getUNIXPath() + name);
   }
+  levels_.push_back({withDelimiter.getPath(), std::move(listing)});
 }
 
 void Walk::count(Kind kind) {
