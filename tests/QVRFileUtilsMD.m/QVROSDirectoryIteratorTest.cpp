@@ -16,6 +16,7 @@
 
 #include "QVREOpenFailed.h"
 #include "QVROSDirectoryIteratorWalks.h"
+#include "support/CancelledThread.h"
 #include "support/OrdinaryUser.h"
 #include "support/ScopedEnvironment.h"
 #include "support/ScopedLocale.h"
@@ -130,6 +131,16 @@ TEST(QVROSDirectoryIteratorTest, RecursiveWalkEntersDirectoriesButNotDots) {
   place.makeFile("b/f");
 
   EXPECT_EQ(sorted(walk(place, RECURSIVE)), (Names{".", "..", "b", "b/.", "b/..", "b/f"}));
+}
+
+TEST(QVROSDirectoryIteratorTest, CancelledThreadFinishesItsWalk) {
+  const TemporaryDirectory place;
+  place.makeFile("b/f");
+  Names names;
+
+  EXPECT_TRUE(finishesThoughCancelled([&] { names = sorted(walk(place, RECURSIVE)); }));
+
+  EXPECT_EQ(names, (Names{".", "..", "b", "b/.", "b/..", "b/f"}));
 }
 
 TEST(QVROSDirectoryIteratorTest, AnyModeButRecursiveIsFlat) {

@@ -13,6 +13,7 @@
 #include "QVREDoesNotExist.h"
 #include "QVROSPath.h"
 #include "QVROSPathChecks.h"
+#include "support/CancelledThread.h"
 #include "support/OrdinaryUser.h"
 #include "support/ScopedEnvironment.h"
 #include "support/TemporaryDirectory.h"
@@ -60,6 +61,20 @@ TEST(QVROSPathCopyTest, CopyTakesAllBytesAndKeepsTheSource) {
     EXPECT_TRUE(bytesOf(directory / "target") == bytes) << size;
     EXPECT_TRUE(bytesOf(source) == bytes) << size;
   }
+}
+
+TEST(QVROSPathCopyTest, CancelledThreadFinishesItsCopy) {
+  const TemporaryDirectory directory;
+  const std::string source = directory.makeFile("source", manyBytes(100'000));
+
+  EXPECT_TRUE(finishesThoughCancelled([&] {
+    QVROSPath(source).copy(directory / "target", kOverwrite);
+    // Byte by byte: the system does not tell its size.
+    QVROSPath("/proc/self/maps").copy(directory / "maps", kOverwrite);
+  }));
+
+  EXPECT_TRUE(bytesOf(directory / "target") == bytesOf(source));
+  EXPECT_NE(bytesOf(directory / "maps"), "");
 }
 
 TEST(QVROSPathCopyTest, MoveTakesAllBytesAndTheSourceAway) {

@@ -7,6 +7,8 @@
 
 #include <cerrno>
 
+#include "QVRSystem/platform/posix/QVRPosixNotCancelled.h"
+
 namespace qvr::QVR_PLATFORM {
 
 namespace {
@@ -37,6 +39,7 @@ int readBlock(DirectoryReader& reader) noexcept {
 }  // namespace
 
 int openDirectory(const char* path, DirectoryReader& reader) noexcept {
+  const NotCancelled scope;
   do {
     reader.descriptor = open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   } while (reader.descriptor == -1 && errno == EINTR);
@@ -54,6 +57,7 @@ int nextEntry(DirectoryReader& reader, DirectoryEntry& entry) noexcept {
 }
 
 int closeDirectory(DirectoryReader& reader) noexcept {
+  const NotCancelled scope;
   const int descriptor = reader.descriptor;
   reader.descriptor = -1;
   return close(descriptor) == 0 ? 0 : errno;

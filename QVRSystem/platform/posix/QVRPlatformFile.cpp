@@ -8,6 +8,8 @@
 #include <cerrno>
 #include <cstdlib>
 
+#include "QVRSystem/platform/posix/QVRPosixNotCancelled.h"
+
 namespace qvr::QVR_PLATFORM {
 namespace {
 
@@ -19,9 +21,11 @@ constexpr std::size_t kAllBytes = 0x7fffffff;
 
 int errorOf(int result) { return result == 0 ? 0 : errno; }
 
-/// Calls until no signal interrupts. The result is not negative unless it failed.
+/// Calls until no signal interrupts, nor a cancellation. The result is not negative unless it
+/// failed.
 template <class Call>
 auto uninterrupted(Call call) {
+  const NotCancelled scope;
   auto result = call();
   while (result < 0 && errno == EINTR) result = call();
   return result;
@@ -99,6 +103,7 @@ int currentDirectory(char* path, std::size_t size) noexcept {
 }
 
 int openTemporary(std::FILE*& stream) noexcept {
+  const NotCancelled scope;
   const int file = openNameless();
   if (file < 0) return errno;
   stream = fdopen(file, "w+b");
@@ -114,6 +119,7 @@ int openFile(const char* path, FileOpening opening, int& file) noexcept {
 }
 
 int closeFile(int file) noexcept {
+  const NotCancelled scope;
   // Interrupted or not, the descriptor is closed.
   const int error = errorOf(close(file));
   return error == EINTR ? 0 : error;
