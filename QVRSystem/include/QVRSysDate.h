@@ -187,7 +187,7 @@ class QVRSYSTEM_API QVRSysDate {
 
  private:
   static constexpr int kInvalid = -1;
-  static constexpr unsigned kFirstInvalid = 5373485;  // every number outside is above,
+  static constexpr unsigned kFirstInvalid = 5373485;  // negative ones, unsigned, lie above
 
   bool setUnusualDate(int day, int month, int year) noexcept;
   QVRSysDate& moveBy(std::int64_t days) noexcept;
