@@ -26,7 +26,7 @@ struct DirectoryReader {
   int descriptor = -1;
   std::size_t next = 0;  // where in the block the next entry begins
   std::size_t end = 0;
-  alignas(std::uint64_t) char block[kBlockSize];
+  alignas(std::uint64_t) std::byte block[kBlockSize];
 };
 
 }  // namespace qvr

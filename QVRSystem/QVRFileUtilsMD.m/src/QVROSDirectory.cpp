@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr const char* kSource = "QVRSystem/QVRFileUtilsMD.m/src/QVROSDirectory";
+constexpr char kSource[] = "QVRSystem/QVRFileUtilsMD.m/src/QVROSDirectory";
 
 }  // namespace
 

@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr const char* kSource = "QVRSystem/QVRFileUtilsMD.m/src/QVROSDirectoryIterator";
+constexpr char kSource[] = "QVRSystem/QVRFileUtilsMD.m/src/QVROSDirectoryIterator";
 constexpr char kBackslash = '\\';
 
 bool isDots(const char* name) {
