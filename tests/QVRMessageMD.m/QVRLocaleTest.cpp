@@ -9,9 +9,11 @@
 #include <array>
 #include <atomic>
 #include <bit>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <ctime>
+#include <initializer_list>
 #include <latch>
 #include <limits>
 #include <random>
@@ -343,6 +345,19 @@ std::string written(double value, unsigned precision) {
   return narrowed(out);
 }
 
+void expectWrittenAsByAStream(const std::vector<double>& values,
+                              std::initializer_list<unsigned> precisions) {
+  for (const unsigned precision : precisions) {
+    for (const double value : values) {
+      std::ostringstream stream;
+      stream.imbue(std::locale::classic());
+      stream.precision(precision);
+      stream << value;
+      ASSERT_EQ(written(value, precision), stream.str()) << precision;
+    }
+  }
+}
+
 TEST(QVRLocaleTest, IntegersAreWrittenWhole) {
   EXPECT_EQ(written(0L), "0");
   EXPECT_EQ(written(-1234567L), "-1234567");
@@ -368,15 +383,31 @@ TEST(QVRLocaleTest, FloatingPointNumbersAreWrittenAsAClassicStreamDoes) {
                                 std::numeric_limits<double>::quiet_NaN(),
                                 -std::numeric_limits<double>::quiet_NaN()};
   for (int i = 0; i < 2000; ++i) values.push_back(std::bit_cast<double>(random()));
-  for (const unsigned precision : {0u, 1u, 6u, 17u, 60u, 767u, 2000u, 2147483648u, 4294967295u}) {
-    for (const double value : values) {
-      std::ostringstream stream;
-      stream.imbue(std::locale::classic());
-      stream.precision(precision);
-      stream << value;
-      ASSERT_EQ(written(value, precision), stream.str()) << precision;
+  expectWrittenAsByAStream(values, {0u, 1u, 6u, 17u, 60u, 767u, 2000u, 2147483648u, 4294967295u});
+}
+
+TEST(QVRLocaleTest, NumbersWithoutAnExponentAreRoundedExactly) {
+  std::mt19937_64 random(8);
+  std::vector<double> values;
+  const auto addWithNeighbours = [&](double value) {
+    for (const double sign : {1.0, -1.0}) {
+      values.insert(values.end(), {sign * value, sign * std::nextafter(value, 0.0),
+                                   sign * std::nextafter(value, 2 * value)});
+    }
+  };
+  for (int exponent = -8; exponent <= 18; ++exponent) {
+    for (const char* const digits :
+         {"1", "5", "25", "35", "12345", "123456", "1234565", "999999", "9999995", "99999949999",
+          "123456789012345", "9999999999999995"}) {
+      addWithNeighbours(
+          std::stod(std::string(digits).append("e").append(std::to_string(exponent - 5))));
     }
   }
+  // Halves of the last digit, which go to the even one.
+  for (int i = 0; i < 1000; ++i) {
+    addWithNeighbours(static_cast<double>(random() % 2000000 + 1) / (1u << random() % 20));
+  }
+  expectWrittenAsByAStream(values, {1u, 2u, 3u, 6u, 14u, 15u, 16u});
 }
 
 TEST(QVRLocaleTest, NumbersFollowNoLocale) {

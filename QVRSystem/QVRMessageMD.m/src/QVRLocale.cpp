@@ -11,6 +11,7 @@
 #include <stdexcept>
 #include <typeinfo>
 
+#include "QVRNumberText.h"
 #include "QVRSysDate.h"
 #include "QVRSysDateTime.h"
 #include "QVRSysFastMutexLock.h"
@@ -27,6 +28,7 @@ using qvr::internal::Atomic;
 using qvr::internal::ForkLock;
 using qvr::internal::ForkRank;
 using qvr::internal::ShortSection;
+using qvr::internal::writeDouble;
 
 using LockGuard = QVRSysFastMutexLock::LockGuard;
 
@@ -230,16 +232,6 @@ void getByCLibrary(const std::u16string& in, char* buffer, std::size_t bufferLen
   checkRoom(length, bufferLength);
   std::memcpy(buffer, narrow.isShort() ? narrow.block() : narrow.text().data(), length);
   buffer[length] = '\0';
-}
-
-// As a stream of the classic locale writes it with this precision. @return the
-// end of the text.
-char* writeDouble(char* begin, char* end, double value, unsigned precision) {
-  constexpr int kDefault = 6;
-  constexpr int kMost = 767;  // significant digits of a double
-  const int asked = static_cast<int>(precision);
-  const int digits = asked < 0 ? kDefault : std::min(asked, kMost);
-  return std::to_chars(begin, end, value, std::chars_format::general, digits).ptr;
 }
 
 // Puts the text of a number, with room for a zero behind it. Its characters are the
