@@ -8,8 +8,9 @@
 class QVRLocale;
 
 namespace qvr::internal {
+struct ArgumentKind;
 class MessageStore;
-}
+}  // namespace qvr::internal
 
 /// One argument of a message: a value, which derived classes hold, and the six
 /// settings with which it becomes text. Nothing is formatted before scribe().
@@ -84,10 +85,8 @@ class QVRSYSTEM_API QVRMsgData : public QVRMsgBase {
     SymbolType symbol = defaultSymbol;
     char format = defaultFormat;
   };
-  using Placer = QVRMsgData* (*)(const QVRMsgData&, qvr::internal::MessageStore&);
 
   Settings settings_;
-  // Copies this argument into the memory of a message. Known only where the exact
-  // class is, and so never copied along; null otherwise.
-  Placer placer_ = nullptr;
+  // Known only where the exact class is, and so never copied along; null otherwise.
+  const qvr::internal::ArgumentKind* kind_ = nullptr;
 };

@@ -18,6 +18,8 @@ class QVRSYSTEM_API QVRNumericMsg : public QVRMsgData {
   std::u16string scribe(const QVRLocale& locale) const override;
 
  private:
+  friend class qvr::internal::MessageStore;
+
   T value_;
 };
 

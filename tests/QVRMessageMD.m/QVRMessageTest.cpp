@@ -5,6 +5,7 @@
 
 #include <ctime>
 #include <latch>
+#include <limits>
 #include <memory>
 #include <sstream>
 #include <stdexcept>
@@ -17,6 +18,7 @@
 #include "QVRCurrencyMsg.h"
 #include "QVRDateMsg.h"
 #include "QVRDateTimeMsg.h"
+#include "QVRLocale.h"
 #include "QVRNumericMsg.h"
 #include "QVRTimeMsg.h"
 #include "support/ScopedLocale.h"
@@ -65,6 +67,25 @@ class WatchingMessage : public QVRMessage {
 };
 
 using WideMsg = QVRBasicStringMsg<wchar16>;
+
+/// Streams the value once and once more with a width, and expects what the
+/// argument itself gives.
+template <class Argument, class T>
+void expectWrittenByItself(const T& value) {
+  QVRMessage message = messageOf(u"%1|%2");
+  message << value << QVRSetWidth(30) << value;
+  const std::u16string text = Argument(value).scribe(QVRLocale::global());
+
+  EXPECT_EQ(message.scribe(), text + u"|" + std::u16string(30 - text.size(), u' ') + text);
+}
+
+template <class T>
+void expectNumbersWrittenByThemselves() {
+  using Limits = std::numeric_limits<T>;
+  for (const T value : {T(0), T(7), T(-10), Limits::min(), Limits::max(), Limits::lowest()}) {
+    expectWrittenByItself<QVRNumericMsg<T>>(value);
+  }
+}
 
 /// A message that keeps copies of the text appended last.
 class KeepingMessage : public QVRMessage {
@@ -192,6 +213,28 @@ TEST(QVRMessageTest, EachTypeGoesThroughItsOperationOfTheLocale) {
   EXPECT_EQ(marked(QVRSysDateTime()), u"<datetime:c>");
   EXPECT_EQ(marked(std::tm{}), u"<datetime:c>");
   EXPECT_EQ(marked(messageOf(u"whole")), u"whole");
+}
+
+TEST(QVRMessageTest, ArgumentsAreWrittenAsTheyWriteThemselves) {
+  expectNumbersWrittenByThemselves<short>();
+  expectNumbersWrittenByThemselves<unsigned short>();
+  expectNumbersWrittenByThemselves<int>();
+  expectNumbersWrittenByThemselves<unsigned int>();
+  expectNumbersWrittenByThemselves<long>();
+  expectNumbersWrittenByThemselves<unsigned long>();
+  expectNumbersWrittenByThemselves<float>();
+  expectNumbersWrittenByThemselves<double>();
+  expectWrittenByItself<QVRBasicStringMsg<char>>(std::string("narrow\0text", 11));
+  expectWrittenByItself<WideMsg>(std::u16string(u"wide\0text", 9));
+  expectWrittenByItself<QVRCurrencyMsg>(QVRCurrency(1.5));
+  expectWrittenByItself<QVRTimeMsg>(QVRSysTime(8, 5, 9, 0));
+}
+
+TEST(QVRMessageTest, PrecisionIsKeptWithoutAWidth) {
+  QVRMessage message = messageOf(u"%1 %2");
+  message << QVRSetPrecision(3) << 3.14159 << 3.14159;
+
+  EXPECT_EQ(message.scribe(), u"3.14 3.14159");
 }
 
 TEST(QVRMessageTest, BrokenDownTimeIsTheDateTimeThatItMakes) {

@@ -11,6 +11,7 @@
 #include <stdexcept>
 #include <typeinfo>
 
+#include "QVRLocaleText.h"
 #include "QVRNumberText.h"
 #include "QVRSysDate.h"
 #include "QVRSysDateTime.h"
@@ -27,7 +28,9 @@ namespace {
 using qvr::internal::Atomic;
 using qvr::internal::ForkLock;
 using qvr::internal::ForkRank;
+using qvr::internal::GrowingText;
 using qvr::internal::ShortSection;
+using qvr::internal::WideText;
 using qvr::internal::writeDouble;
 
 using LockGuard = QVRSysFastMutexLock::LockGuard;
@@ -86,52 +89,11 @@ wchar16 lowSurrogate(wchar_t code) { return static_cast<wchar16>(0xDC00 + (code 
 bool isHighSurrogate(wchar16 unit) { return (unit & 0xFC00) == 0xD800; }
 bool isLowSurrogate(wchar16 unit) { return (unit & 0xFC00) == 0xDC00; }
 
-// Text while it grows: on the stack as long as it is short.
-template <class Char>
-class GrowingText {
- public:
-  static constexpr std::size_t kBlock = 1024;
-
-  // Where up to kBlock characters more can be written.
-  Char* room(std::size_t length) {
-    if (length > kBlock - used_) spill();
-    return block_ + used_;
-  }
-  // Takes in what was written, up to `end`.
-  void extend(const Char* end) { used_ = static_cast<std::size_t>(end - block_); }
-
-  void append(const Char* text, std::size_t length) {
-    extend(std::copy_n(text, length, room(length)));
-  }
-
-  // Announces `length` characters more.
-  void reserve(std::size_t length) { text_.reserve(size() + length); }
-
-  bool isShort() const { return text_.empty(); }
-  std::size_t size() const { return text_.size() + used_; }
-  const Char* block() const { return block_; }
-  std::basic_string<Char>& text() {
-    spill();
-    return text_;
-  }
-
- private:
-  void spill() {
-    text_.append(block_, used_);
-    used_ = 0;
-  }
-
-  std::basic_string<Char> text_;
-  std::size_t used_ = 0;
-  alignas(16) Char block_[kBlock];  // so that no vector crosses two cache lines
-};
-
 // The widening of one text, as mbstowcs does it, with a limit in units of UTF-16.
 class Widening {
  public:
-  Widening(const char* text, std::size_t limit) : text_(text), limit_(limit) {}
-
-  GrowingText<wchar16>& result() { return wide_; }
+  Widening(const char* text, std::size_t limit, WideText& wide)
+      : text_(text), limit_(limit), wide_(wide) {}
 
   void run() {
     if (const Encoding encoding = currentEncoding(); encoding != Encoding::Other) {
@@ -155,7 +117,7 @@ class Widening {
   }
 
   void runFast(Encoding encoding, const char* end) {
-    constexpr std::ptrdiff_t kBlock = GrowingText<wchar16>::kBlock;
+    constexpr std::ptrdiff_t kBlock = WideText::kBlock;
     if (end - text_ > kBlock) wide_.reserve(static_cast<std::size_t>(end - text_));
     for (const char* before = nullptr; text_ != end && text_ != before;) {
       before = text_;
@@ -195,7 +157,7 @@ class Widening {
 
   const char* text_;  // what is left; null behind its zero
   std::size_t limit_;
-  GrowingText<wchar16> wide_;
+  WideText& wide_;
 };
 
 // The code at the head of a zero-terminated text, and how many units it takes.
@@ -256,7 +218,37 @@ std::size_t characterLength(const char* text, std::size_t longest) {
 constexpr std::size_t kDoubleLength = 800;  // 767 digits, sign, point, zeros, exponent
 constexpr std::size_t kIntegerLength = 24;
 
+void writeInteger(WideText& to, unsigned long magnitude, bool isNegative) {
+  wchar16 text[kIntegerLength];
+  wchar16* const end = std::end(text);
+  wchar16* begin = end;
+  do {
+    *--begin = static_cast<wchar16>(u'0' + magnitude % 10);
+    magnitude /= 10;
+  } while (magnitude != 0);
+  if (isNegative) *--begin = u'-';
+  to.append(begin, static_cast<std::size_t>(end - begin));
+}
+
 }  // namespace
+
+void qvr::internal::write(WideText& to, long value) {
+  const auto bits = static_cast<unsigned long>(value);
+  writeInteger(to, value < 0 ? 0 - bits : bits, value < 0);
+}
+
+void qvr::internal::write(WideText& to, unsigned long value) { writeInteger(to, value, false); }
+
+void qvr::internal::write(WideText& to, double value, unsigned precision) {
+  char text[kDoubleLength];
+  const char* const end = writeDouble(text, std::end(text), value, precision);
+  to.extend(std::copy<const char*>(text, end, to.room(static_cast<std::size_t>(end - text))));
+}
+
+void qvr::internal::write(WideText& to, const char* text, std::size_t count) {
+  constexpr std::size_t kMost = PTRDIFF_MAX;
+  Widening(text, std::min(count, kMost - 1) + 1, to).run();
+}
 
 QVRLocale::QVRLocale(const char*) {}
 
@@ -320,10 +312,8 @@ void QVRLocale::put(std::u16string& out, const wchar16* text, std::size_t count)
 }
 
 void QVRLocale::put(std::u16string& out, const char* text, std::size_t count) const {
-  constexpr std::size_t kMost = PTRDIFF_MAX;
-  Widening widening(text, std::min(count, kMost - 1) + 1);
-  widening.run();
-  GrowingText<wchar16>& wide = widening.result();
+  WideText wide;
+  qvr::internal::write(wide, text, count);
   if (wide.isShort()) return put(out, wide.block(), wide.size());
   // Where the wide put() is this class's own, a long text need not be copied.
   if (typeid(*this) == typeid(QVRLocale)) return out.swap(wide.text());

@@ -5,6 +5,7 @@
 #include <ctime>
 #include <ostream>
 #include <string_view>
+#include <typeinfo>
 #include <utility>
 
 #include "QVRCurrencyMsg.h"
@@ -18,6 +19,7 @@
 #include "QVRTimeMsg.h"
 
 using qvr::internal::MessageStore;
+using qvr::internal::WideText;
 
 namespace {
 
@@ -76,56 +78,64 @@ constinit SharedMessage trueMessage(u"true");
 constinit SharedMessage falseMessage(u"false");
 
 /// Hands one setting over to the argument, if it is not the default.
-template <class T>
-void spend(QVRMsgData& message, QVRMsgData& argument, T (QVRMsgData::*get)() const,
-           void (QVRMsgData::*set)(T), T byDefault) {
-  const T setting = (message.*get)();
+template <auto kGet, auto kSet, class T>
+void spend(QVRMsgData& message, QVRMsgData& argument, T byDefault) {
+  const T setting = (message.*kGet)();
   if (setting == byDefault) return;
-  (argument.*set)(setting);
-  (message.*set)(byDefault);
+  (argument.*kSet)(setting);
+  (message.*kSet)(byDefault);
 }
 
 void spendAll(QVRMsgData& message, QVRMsgData& argument) {
   using Data = QVRMsgData;
-  spend(message, argument, &Data::getWidth, &Data::setWidth, Data::defaultWidth);
-  spend(message, argument, &Data::getFill, &Data::setFill, Data::defaultFill);
-  spend(message, argument, &Data::getAlignment, &Data::setAlignment, Data::defaultAlignment);
-  spend(message, argument, &Data::getPrecision, &Data::setPrecision, Data::defaultPrecision);
-  spend(message, argument, &Data::getSymbol, &Data::setSymbol, Data::defaultSymbol);
-  spend(message, argument, &Data::getFormat, &Data::setFormat, Data::defaultFormat);
+  spend<&Data::getWidth, &Data::setWidth>(message, argument, Data::defaultWidth);
+  spend<&Data::getFill, &Data::setFill>(message, argument, Data::defaultFill);
+  spend<&Data::getAlignment, &Data::setAlignment>(message, argument, Data::defaultAlignment);
+  spend<&Data::getPrecision, &Data::setPrecision>(message, argument, Data::defaultPrecision);
+  spend<&Data::getSymbol, &Data::setSymbol>(message, argument, Data::defaultSymbol);
+  spend<&Data::getFormat, &Data::setFormat>(message, argument, Data::defaultFormat);
 }
-
-// Room for an argument's text, so that most texts are written without growing.
-constexpr std::size_t kExpectedLength = 16;
 
 /// Walks a format and writes what it stands for.
 class Rendering {
  public:
   Rendering(const MessageStore& store, const QVRLocale& locale)
-      : store_(store), format_(store.format()), locale_(locale) {}
+      : store_(store),
+        format_(store.format()),
+        locale_(locale),
+        isPlainLocale_(typeid(locale) == typeid(QVRLocale)) {}
 
   std::u16string text() {
-    text_.reserve(format_.size() + kExpectedLength * store_.size());
     while (position_ < format_.size()) {
-      const std::size_t percent = std::min(format_.find(u'%', position_), format_.size());
-      text_.append(format_, position_, percent - position_);
-      position_ = percent + 1;
-      if (position_ < format_.size()) placeholder();
+      literal();
+      if (position_ < format_.size() && format_[position_] == u'%') placeholder();
     }
-    return std::move(text_);
+    return text_.take();
   }
 
  private:
-  /// Writes what stands for the "%" before the position.
+  /// Copies what comes before the next "%", or a block of it.
+  void literal() {
+    const std::size_t length = std::min(format_.size() - position_, WideText::kBlock);
+    const wchar16* from = format_.data() + position_;
+    const wchar16* const end = from + length;
+    wchar16* to = text_.room(length);
+    while (from != end && *from != u'%') *to++ = *from++;
+    text_.extend(to);
+    position_ = static_cast<std::size_t>(from - format_.data());
+  }
+
+  /// Writes what stands for the "%" at the position.
   void placeholder() {
+    if (++position_ == format_.size()) return;
     const std::u16string_view digits = digitsAt(position_);
     position_ += std::max<std::size_t>(digits.size(), 1);
     if (digits.empty()) {
-      text_ += format_[position_ - 1];
+      text_.append(&format_[position_ - 1], 1);
     } else if (const QVRMsgData* const argument = argumentOf(digits)) {
-      text_ += argument->scribe(locale_);
+      MessageStore::write(*argument, locale_, isPlainLocale_, text_);
     } else {
-      text_.append(1, u'%').append(digits);
+      text_.append(digits.data() - 1, digits.size() + 1);
     }
   }
 
@@ -136,14 +146,17 @@ class Rendering {
   }
 
   const QVRMsgData* argumentOf(std::u16string_view digits) const {
-    const auto number = static_cast<std::size_t>(QVRGetNumeric(std::u16string(digits), 0, 10));
+    const auto number =
+        digits.size() == 1 ? static_cast<std::size_t>(digits[0] - u'0')
+                           : static_cast<std::size_t>(QVRGetNumeric(std::u16string(digits), 0, 10));
     return number >= 1 && number <= store_.size() ? &store_[number - 1] : nullptr;
   }
 
   const MessageStore& store_;
   const std::u16string_view format_;
   const QVRLocale& locale_;
-  std::u16string text_;
+  const bool isPlainLocale_;  // no class derived from QVRLocale
+  WideText text_;
   std::size_t position_ = 0;
 };
 

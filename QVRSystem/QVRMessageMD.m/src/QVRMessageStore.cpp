@@ -37,7 +37,7 @@ std::unique_ptr<MessageStore> MessageStore::make(std::u16string_view format) {
 
 MessageStore::~MessageStore() {
   for (std::size_t i = 0; i < size_; ++i) {
-    if ((*this)[i].placer_ == nullptr) delete &(*this)[i];
+    if ((*this)[i].kind_ == nullptr) delete &(*this)[i];
   }
 }
 
@@ -70,9 +70,9 @@ void MessageStore::reserveOneMore() {
 }
 
 QVRMsgData* MessageStore::newCopy(const QVRMsgData& data) {
-  QVRMsgData* const copy = data.placer_ != nullptr ? data.placer_(data, *this) : nullptr;
+  QVRMsgData* const copy = data.kind_ != nullptr ? data.kind_->place(data, *this) : nullptr;
   if (copy == nullptr) return data.clone();
-  copy->placer_ = data.placer_;
+  copy->kind_ = data.kind_;
   return copy;
 }
 

@@ -6,12 +6,26 @@
 #include <memory>
 #include <new>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 #include "QVRBasicStringMsg.h"
+#include "QVRLocaleText.h"
 #include "QVRMessage.h"
+#include "QVRNumericMsg.h"
 
 namespace qvr::internal {
+
+class MessageStore;
+
+/// What can be done with an argument whose exact class is known.
+struct ArgumentKind {
+  /// Copies it into the block. @return null where that has no room left.
+  QVRMsgData* (*place)(const QVRMsgData& argument, MessageStore& store);
+  /// Appends what its scribe() gives where it has no width and the locale is
+  /// exactly a QVRLocale.
+  void (*write)(const QVRMsgData& argument, const QVRLocale& locale, WideText& to);
+};
 
 /// The format and the arguments of a message in one block of memory: a thrower
 /// makes a message for every exception, most often with a few arguments.
@@ -47,8 +61,15 @@ class alignas(std::max_align_t) MessageStore {
   /// may copy it into its block.
   template <class Argument>
   static void append(QVRMessage& message, Argument&& argument) {
-    argument.placer_ = &place<Argument>;
+    argument.kind_ = &kKind<Argument>;
     message.append(argument);
+  }
+
+  /// Appends what the scribe() of an argument gives.
+  static void write(const QVRMsgData& argument, const QVRLocale& locale, bool isPlainLocale,
+                    WideText& to) {
+    const bool isDirect = isPlainLocale && argument.kind_ != nullptr && argument.getWidth() == 0;
+    isDirect ? argument.kind_->write(argument, locale, to) : writeValue(argument, locale, to);
   }
 
   /// An argument for append() that leaves the zero-terminated text where it is.
@@ -73,6 +94,35 @@ class alignas(std::max_align_t) MessageStore {
   static QVRMsgData* place(const QVRMsgData& data, MessageStore& store) {
     return store.put(static_cast<const Argument&>(data));
   }
+  template <class Argument>
+  static void write(const QVRMsgData& data, const QVRLocale& locale, WideText& to) {
+    writeValue(static_cast<const Argument&>(data), locale, to);
+  }
+  template <class Argument>
+  static constexpr ArgumentKind kKind = {&place<Argument>, &write<Argument>};
+
+  template <class T>
+  static void writeValue(const QVRNumericMsg<T>& argument, const QVRLocale&, WideText& to) {
+    if constexpr (std::is_floating_point_v<T>) {
+      internal::write(to, static_cast<double>(argument.value_), argument.getPrecision());
+    } else if constexpr (std::is_signed_v<T>) {
+      internal::write(to, static_cast<long>(argument.value_));
+    } else {
+      internal::write(to, static_cast<unsigned long>(argument.value_));
+    }
+  }
+  static void writeValue(const QVRBasicStringMsg<char>& argument, const QVRLocale&, WideText& to) {
+    internal::write(to, argument.text_.data(), argument.text_.size());
+  }
+  static void writeValue(const QVRBasicStringMsg<wchar16>& argument, const QVRLocale&,
+                         WideText& to) {
+    to.append(argument.text_.data(), argument.text_.size());
+  }
+  static void writeValue(const QVRMsgData& argument, const QVRLocale& locale, WideText& to) {
+    const std::u16string text = argument.scribe(locale);
+    to.append(text.data(), text.size());
+  }
+
   template <class Argument>
   QVRMsgData* put(const Argument& argument) {
     void* const storage = take(sizeof(Argument));
