@@ -400,6 +400,7 @@ Measure measure(const char16_t* text, const char16_t* end) noexcept {
        text += kMeasured) {
     bytes += kMeasured;
   }
+  for (; text != end && *text != 0 && *text < kFirstOfTwoBytes; ++text) ++bytes;
   while (text != end) {
     text = measureBlocks(text, end, bytes);
     // Character by character past what stopped the blocks.
