@@ -345,12 +345,12 @@ TEST(QVRSysDateTimeTest, ThreadsAskForLocalTimeAtOnce) {
 TEST(QVRSysDateTimeTest, ChildTellsLocalTimeWhileTheParentsThreadsDid) {
   const QVRSysDateTime expected(std::int64_t{1246406400}, 0);
   std::atomic<bool> stop = false;
-  std::vector<std::thread> threads(2);
-  for (std::thread& thread : threads) {
-    thread = std::thread([&] {
-      while (!stop) QVRSysDateTime(std::int64_t{1246406400}, 0);
-    });
-  }
+  std::thread asking([&] {
+    while (!stop) QVRSysDateTime(std::int64_t{1246406400}, 0);
+  });
+  std::thread writing([&] {
+    while (!stop) QVRSysTime(5).toString("%s");
+  });
 
   for (int i = 0; i < 100; ++i) {
     EXPECT_EQ(exitStatusOfFork([&] {
@@ -361,7 +361,14 @@ TEST(QVRSysDateTimeTest, ChildTellsLocalTimeWhileTheParentsThreadsDid) {
   }
 
   stop = true;
-  for (std::thread& thread : threads) thread.join();
+  asking.join();
+  writing.join();
+}
+
+TEST(QVRSysDateTimeTest, SecondsSinceTheEpochAreATextToo) {
+  const ScopedEnvironment zone("TZ", kEast);
+  EXPECT_EQ(QVRSysDate(2, 1, 1970).toString('s'), "86400");
+  EXPECT_EQ(QVRSysDate(2, 1, 1970).toStringW(u's'), u"86400");
 }
 
 }  // namespace

@@ -2,8 +2,10 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 #include "QVRLocalTime.h"
+#include "QVRStrftime.h"
 #include "QVRSystem/internal/QVRFork.h"
 #include "QVRSystem/internal/QVRRecursiveLock.h"
 #include "QVRSystem/internal/QVRThreadState.h"
@@ -82,6 +84,15 @@ const ZoneSecond& zoneSecondOf(std::int64_t second) noexcept {
   return zoneSecond;
 }
 
+// Of all conversions only %s looks at the zone.
+template <class Char>
+std::basic_string<Char> formatted(const std::tm& time, const Char* format) {
+  using View = std::basic_string_view<Char>;
+  if (View(format).find(Char('s')) == View::npos) return QVRStrftime(format, time);
+  const ZoneSection section;
+  return QVRStrftime(format, time);
+}
+
 }  // namespace
 
 LocalNow localNow() noexcept {
@@ -103,6 +114,12 @@ bool localTime(std::int64_t secondsSinceEpoch, std::tm& local) noexcept {
 std::int64_t secondsSinceEpoch(std::tm local) noexcept {
   const ZoneSection section;
   return std::mktime(&local);
+}
+
+std::string textOf(const std::tm& time, const char* format) { return formatted(time, format); }
+
+std::u16string textOf(const std::tm& time, const wchar16* format) {
+  return formatted(time, format);
 }
 
 }  // namespace qvr

@@ -3,6 +3,9 @@
 
 #include <cstdint>
 #include <ctime>
+#include <string>
+
+#include "QVRTypes.h"
 
 namespace qvr {
 
@@ -27,5 +30,9 @@ bool localTime(std::int64_t secondsSinceEpoch, std::tm& local) noexcept;
 
 /// What mktime() says; -1 where it fails.
 std::int64_t secondsSinceEpoch(std::tm local) noexcept;
+
+/// What QVRStrftime() makes of them.
+std::string textOf(const std::tm& time, const char* format);
+std::u16string textOf(const std::tm& time, const wchar16* format);
 
 }  // namespace qvr

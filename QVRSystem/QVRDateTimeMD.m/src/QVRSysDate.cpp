@@ -237,14 +237,14 @@ std::string QVRSysDate::toString(char conversion) const {
   const char format[] = {'%', conversion, '\0'};
   std::tm time;
   getCTime(time);
-  return QVRStrftime(format, time);
+  return qvr::textOf(time, format);
 }
 
 std::u16string QVRSysDate::toStringW(wchar16 conversion) const {
   const wchar16 format[] = {u'%', conversion, u'\0'};
   std::tm time;
   getCTime(time);
-  return QVRStrftime(format, time);
+  return qvr::textOf(time, format);
 }
 
 QVRSysDate QVRSysDate::operator++(int) noexcept {

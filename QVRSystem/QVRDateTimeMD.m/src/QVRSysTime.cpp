@@ -2,7 +2,6 @@
 
 #include <ostream>
 
-#include "QVRStrftime.h"
 #include "QVRSystem/QVRDateTimeMD.m/src/QVRLocalClock.h"
 
 namespace {
@@ -117,13 +116,13 @@ void QVRSysTime::getCTime(std::int64_t& secondsSinceEpoch) const noexcept {
 std::string QVRSysTime::toString(const char* format) const {
   std::tm time;
   getCTime(time);
-  return QVRStrftime(format, time);
+  return qvr::textOf(time, format);
 }
 
 std::u16string QVRSysTime::toWString(const wchar16* format) const {
   std::tm time;
   getCTime(time);
-  return QVRStrftime(format, time);
+  return qvr::textOf(time, format);
 }
 
 bool QVRSysTime::IsHourField(int hour) noexcept { return hour < 24; }
