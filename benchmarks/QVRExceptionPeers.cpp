@@ -33,6 +33,16 @@ void runtimeError(benchmark::State& state) {
 }
 BENCHMARK(runtimeError)->Name("std::runtime_error (fmt)/buildThrowCatchWhat");
 
+[[gnu::noinline]] void failWithLocal(int index, const char* name) {
+  const std::runtime_error error(fmt::format("Index {} is outside of {}", index, name));
+  throw error;
+}
+
+void runtimeErrorOfLocal(benchmark::State& state) {
+  timeFailure<std::runtime_error>(state, &failWithLocal, [](const auto& e) { return e.what(); });
+}
+BENCHMARK(runtimeErrorOfLocal)->Name("std::runtime_error (fmt, local)/buildThrowCatchWhat");
+
 [[gnu::noinline]] void failWithPoco(int index, const char* name) {
   throw Poco::RangeException(Poco::format("Index %d is outside of %s", index, std::string(name)),
                              42);
