@@ -8,7 +8,7 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
 # The three libraries call their own exported functions, never another module's of
-# the same name: the compiler may inline them.
+# the same name: the compiler may inline them, and the linker binds the other calls.
 add_compile_options(-fno-semantic-interposition)
 
 find_package(Threads REQUIRED)
@@ -48,7 +48,7 @@ function(qvr_shared_library target)
     INSTALL_RPATH "$ORIGIN" LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/exports.map)
   target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:QVRWarnings>)
   target_link_options(${target} PRIVATE
-    LINKER:--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map)
+    LINKER:--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map LINKER:-Bsymbolic-functions)
   qvr_resolve_all_symbols(${target})
   add_library(QVRSystem::${target} ALIAS ${target})
 endfunction()
