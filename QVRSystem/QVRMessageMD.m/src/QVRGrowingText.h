@@ -56,7 +56,7 @@ class GrowingText {
 
   std::basic_string<Char> text_;
   std::size_t used_ = 0;
-  alignas(16) Char block_[kBlock];  // so that no vector crosses two cache lines
+  alignas(64) Char block_[kBlock];  // so that no vector crosses two cache lines
 };
 
 }  // namespace qvr::internal

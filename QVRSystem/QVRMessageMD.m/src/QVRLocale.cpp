@@ -81,6 +81,26 @@ Encoding currentEncoding() {
   return isNamed(name, "ANSI_X3.4-1968") ? Encoding::Ascii : Encoding::Other;
 }
 
+// Widens what the library itself can, by one of the first two encodings.
+qvr::utf8::Widened widen(Encoding encoding, const char* text, const char* end, wchar16* to) {
+  return encoding == Encoding::Utf8 ? qvr::utf8::widen(text, end, to)
+                                    : qvr::utf8::widenAscii(text, end, to);
+}
+
+const char* findZero(const char* text, std::size_t limit) {
+  return static_cast<const char*>(std::memchr(text, 0, limit));
+}
+
+// Widens a text that ends within the limit, if the library itself can, whole.
+// @return behind the last unit, or null.
+const wchar16* widenWhole(const char* text, std::size_t limit, wchar16* to) {
+  const Encoding encoding = currentEncoding();
+  const char* const zero = encoding == Encoding::Other ? nullptr : findZero(text, limit);
+  if (zero == nullptr) return nullptr;
+  const auto widened = widen(encoding, text, zero, to);
+  return widened.text == zero ? widened.to : nullptr;
+}
+
 constexpr wchar_t kLastUnit = 0xFFFF;
 constexpr wchar_t kLastCode = 0x10FFFF;
 
@@ -110,7 +130,7 @@ class Widening {
       before = text_;
       // A character has no more units than bytes: `limit_` bytes fit, and up to
       // the zero they are there to be read.
-      const auto* const zero = static_cast<const char*>(std::memchr(text_, 0, limit_));
+      const char* const zero = findZero(text_, limit_);
       runFast(encoding, zero != nullptr ? zero : text_ + limit_);
       if (text_ == zero) limit_ = 0;
     } while (limit_ != 0 && text_ != before);
@@ -123,9 +143,7 @@ class Widening {
       before = text_;
       const std::ptrdiff_t length = std::min(end - text_, kBlock);
       wchar16* const room = wide_.room(static_cast<std::size_t>(length));
-      const qvr::utf8::Widened widened = encoding == Encoding::Utf8
-                                             ? qvr::utf8::widen(text_, text_ + length, room)
-                                             : qvr::utf8::widenAscii(text_, text_ + length, room);
+      const auto widened = widen(encoding, text_, text_ + length, room);
       limit_ -= static_cast<std::size_t>(widened.to - room);
       text_ = widened.text;
       wide_.extend(widened.to);
@@ -204,6 +222,17 @@ void putNumber(const QVRLocale& locale, std::u16string& out, const char* text, c
   if (typeid(locale) != typeid(QVRLocale)) return locale.put(out, text, length);
   out.resize(length);
   std::copy(text, text + length, out.begin());
+}
+
+// Widens any text. Not in line, to spare the short ones its large frame.
+[[gnu::noinline]] void putLong(const QVRLocale& locale, std::u16string& out, const char* text,
+                               std::size_t count) {
+  WideText wide;
+  qvr::internal::write(wide, text, count);
+  if (wide.isShort()) return locale.put(out, wide.block(), wide.size());
+  // Where the wide put() is QVRLocale's own, a long text need not be copied.
+  if (typeid(locale) == typeid(QVRLocale)) return out.swap(wide.text());
+  locale.put(out, wide.text().data(), wide.text().size());
 }
 
 // As mblen with a state of its own: the character is measured from the initial
@@ -312,12 +341,14 @@ void QVRLocale::put(std::u16string& out, const wchar16* text, std::size_t count)
 }
 
 void QVRLocale::put(std::u16string& out, const char* text, std::size_t count) const {
-  WideText wide;
-  qvr::internal::write(wide, text, count);
-  if (wide.isShort()) return put(out, wide.block(), wide.size());
-  // Where the wide put() is this class's own, a long text need not be copied.
-  if (typeid(*this) == typeid(QVRLocale)) return out.swap(wide.text());
-  put(out, wide.text().data(), wide.text().size());
+  constexpr std::size_t kShort = 128;  // more than most texts have
+  if (count < kShort) {
+    wchar16 units[kShort];
+    if (const wchar16* const end = widenWhole(text, count + 1, units)) {
+      return put(out, units, static_cast<std::size_t>(end - units));
+    }
+  }
+  putLong(*this, out, text, count);
 }
 
 void QVRLocale::get(const std::u16string& in, wchar16* buffer, std::size_t bufferLength) const {

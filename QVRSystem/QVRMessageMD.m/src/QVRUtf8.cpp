@@ -5,8 +5,10 @@
 #include <cstring>
 
 #if defined(__SSE2__) && !defined(QVR_UTF8_PORTABLE)
-#include <emmintrin.h>
+#include <immintrin.h>
 #define QVR_UTF8_SSE2
+// Marks what only processors with hasAvx2() run.
+#define QVR_UTF8_AVX2 __attribute__((target("avx2")))
 #endif
 
 namespace qvr::QVR_UTF8 {
@@ -47,6 +49,12 @@ std::uint64_t loadLittle(const char* from) {
   return std::endian::native == std::endian::little ? word : __builtin_bswap64(word);
 }
 
+// How far a text was narrowed.
+struct Narrowed {
+  const char16_t* text;
+  char* to;
+};
+
 constexpr std::uint64_t kAsciiWord = 0x8080808080808080;  // the bits that are 0 in ASCII
 constexpr std::size_t kWord = 8;
 
@@ -82,22 +90,32 @@ std::size_t widenBlock(const char* from, char16_t* to) {
   return static_cast<std::size_t>(std::countr_zero(highBits(bytes)));
 }
 
-// Widens 64 bytes at a time as long as all are ASCII.
-Widened widenBulk(Widened at, const char* end) {
-  constexpr std::ptrdiff_t kBulk = 64;
-  const __m128i zero = _mm_setzero_si128();
+// Long ASCII goes by vectors of 32 bytes where the processor has them.
+constexpr std::ptrdiff_t kBulk = 64;
+
+bool hasAvx2() { return __builtin_cpu_supports("avx2") != 0; }
+
+QVR_UTF8_AVX2 __m256i loadWide(const void* from) {
+  return _mm256_loadu_si256(static_cast<const __m256i*>(from));
+}
+QVR_UTF8_AVX2 void storeWide(void* to, __m256i vector) {
+  _mm256_storeu_si256(static_cast<__m256i*>(to), vector);
+}
+
+QVR_UTF8_AVX2 Widened widenBulkByAvx2(Widened at, const char* end) {
   for (; end - at.text >= kBulk; at.text += kBulk, at.to += kBulk) {
-    const __m128i bytes[] = {loadVector(at.text), loadVector(at.text + 16),
-                             loadVector(at.text + 32), loadVector(at.text + 48)};
-    const __m128i all =
-        _mm_or_si128(_mm_or_si128(bytes[0], bytes[1]), _mm_or_si128(bytes[2], bytes[3]));
-    if (_mm_movemask_epi8(all) != 0) return at;
-    for (int i = 0; i < 4; ++i) {
-      storeVector(at.to + 16 * i, _mm_unpacklo_epi8(bytes[i], zero));
-      storeVector(at.to + 16 * i + 8, _mm_unpackhi_epi8(bytes[i], zero));
+    const __m256i all = _mm256_or_si256(loadWide(at.text), loadWide(at.text + 32));
+    if (_mm256_movemask_epi8(all) != 0) return at;
+    for (int i = 0; i < kBulk; i += 16) {
+      storeWide(at.to + i, _mm256_cvtepu8_epi16(loadVector(at.text + i)));
     }
   }
   return at;
+}
+
+// Widens 64 bytes at a time as long as all are ASCII.
+Widened widenBulk(Widened at, const char* end) {
+  return end - at.text >= kBulk && hasAvx2() ? widenBulkByAvx2(at, end) : at;
 }
 
 // Narrows sixteen units. @return how many at their head are ASCII.
@@ -129,6 +147,39 @@ bool isAsciiBlock(const char16_t* text) {
 void narrowAsciiBlock(const char16_t* text, char* to) {
   storeVector(to, _mm_packus_epi16(loadVector(text), loadVector(text + 8)));
   storeVector(to + 16, _mm_packus_epi16(loadVector(text + 16), loadVector(text + 24)));
+}
+
+QVR_UTF8_AVX2 const char16_t* skipBulkByAvx2(const char16_t* text, const char16_t* end) {
+  const __m256i zero = _mm256_setzero_si256();
+  for (; end - text >= kBulk; text += kBulk) {
+    // As in isAsciiBlock(). Packing mixes the units, which does not matter here.
+    const __m256i first = _mm256_packus_epi16(loadWide(text), loadWide(text + 16));
+    const __m256i second = _mm256_packus_epi16(loadWide(text + 32), loadWide(text + 48));
+    const __m256i zeros = _mm256_cmpeq_epi8(_mm256_min_epu8(first, second), zero);
+    const __m256i others = _mm256_or_si256(_mm256_or_si256(first, second), zeros);
+    if (_mm256_movemask_epi8(others) != 0) return text;
+  }
+  return text;
+}
+
+// Skips 64 units at a time as long as all are ASCII, without zeros.
+const char16_t* skipBulk(const char16_t* text, const char16_t* end) {
+  return end - text >= kBulk && hasAvx2() ? skipBulkByAvx2(text, end) : text;
+}
+
+QVR_UTF8_AVX2 Narrowed narrowBulkByAvx2(Narrowed at, const char16_t* end) {
+  constexpr int kUnits = 32;
+  constexpr int kInOrder = 0xD8;  // of the quarters that packing has mixed
+  for (; end - at.text >= kUnits; at.text += kUnits, at.to += kUnits) {
+    const __m256i mixed = _mm256_packus_epi16(loadWide(at.text), loadWide(at.text + 16));
+    storeWide(at.to, _mm256_permute4x64_epi64(mixed, kInOrder));
+  }
+  return at;
+}
+
+// Narrows 32 units of ASCII at a time.
+Narrowed narrowBulk(Narrowed at, const char16_t* end) {
+  return end - at.text >= kBulk && hasAvx2() ? narrowBulkByAvx2(at, end) : at;
 }
 
 // Measures blocks of eight units that hold neither zeros nor surrogates.
@@ -217,6 +268,10 @@ bool isAsciiBlock(const char16_t* text) {
 void narrowAsciiBlock(const char16_t* text, char* to) {
   for (std::size_t i = 0; i < kMeasured; ++i) to[i] = static_cast<char>(text[i]);
 }
+
+const char16_t* skipBulk(const char16_t* text, const char16_t*) { return text; }
+
+Narrowed narrowBulk(Narrowed at, const char16_t*) { return at; }
 
 const char16_t* measureBlocks(const char16_t* text, const char16_t* end, std::size_t& bytes) {
   for (; text != end && *text != 0 && !isSurrogate(*text); ++text) {
@@ -330,12 +385,6 @@ char* putCode(std::uint32_t code, char* to) {
   return to;
 }
 
-// How far a text was narrowed.
-struct Narrowed {
-  const char16_t* text;
-  char* to;
-};
-
 // Narrows the ASCII at the head.
 Narrowed narrowHead(Narrowed at, const char16_t* end) {
   while (end - at.text >= static_cast<std::ptrdiff_t>(kBlock)) {
@@ -395,8 +444,9 @@ Widened widen(const char* text, const char* end, char16_t* to) noexcept {
 std::size_t characterLength(const char* text) noexcept { return lengthWithin(text, 4); }
 
 Measure measure(const char16_t* text, const char16_t* end) noexcept {
-  std::size_t bytes = 0;
-  for (; end - text >= static_cast<std::ptrdiff_t>(kMeasured) && isAsciiBlock(text);
+  const char16_t* const bulk = skipBulk(text, end);
+  auto bytes = static_cast<std::size_t>(bulk - text);
+  for (text = bulk; end - text >= static_cast<std::ptrdiff_t>(kMeasured) && isAsciiBlock(text);
        text += kMeasured) {
     bytes += kMeasured;
   }
@@ -416,11 +466,13 @@ Measure measure(const char16_t* text, const char16_t* end) noexcept {
 }
 
 char* narrowAscii(const char16_t* text, const char16_t* end, char* to) noexcept {
-  for (; end - text >= static_cast<std::ptrdiff_t>(kMeasured); text += kMeasured, to += kMeasured) {
-    narrowAsciiBlock(text, to);
+  Narrowed at = narrowBulk({text, to}, end);
+  for (; end - at.text >= static_cast<std::ptrdiff_t>(kMeasured);
+       at = {at.text + kMeasured, at.to + kMeasured}) {
+    narrowAsciiBlock(at.text, at.to);
   }
-  while (text != end) *to++ = static_cast<char>(*text++);
-  return to;
+  while (at.text != end) *at.to++ = static_cast<char>(*at.text++);
+  return at.to;
 }
 
 char* narrow(const char16_t* text, const char16_t* end, char* to) noexcept {
