@@ -36,28 +36,36 @@ constexpr std::size_t kBlockSize = 16;  // of a vector register
 
 constexpr bool isSeparator(char c) { return c == kBackslash || c == kSlash; }
 
-template <std::size_t kSize>
-void convertBlock(const char* from, char* to, char delimiter) {
-  for (std::size_t i = 0; i < kSize; ++i) to[i] = isSeparator(from[i]) ? delimiter : from[i];
+template <std::size_t kSize, class Map>
+void mapBlock(const char* from, char* to, Map map) {
+  char block[kSize];
+  std::memcpy(block, from, kSize);
+  for (char& c : block) c = map(c);
+  std::memcpy(to, block, kSize);
 }
 
-/// Writes the text with one separator, over itself too. The last block overlaps
-/// the one before rather than going byte by byte; reading from where nothing was
-/// written just before, no load waits for two stores.
-void convert(const char* from, std::size_t size, char* to, char delimiter) {
+/// Writes the text with every character mapped, over itself too: what is mapped
+/// stays so. The last block overlaps the one before rather than going byte by
+/// byte; reading from where nothing was written just before, no load waits for
+/// two stores.
+template <class Map>
+void mapText(const char* from, std::size_t size, char* to, Map map) {
   constexpr std::size_t kHalf = kBlockSize / 2;
   if (size >= kBlockSize) {
-    for (std::size_t i = 0; i < size - kBlockSize; i += kBlockSize) {
-      convertBlock<kBlockSize>(from + i, to + i, delimiter);
-    }
     const std::size_t last = size - kBlockSize;
-    convertBlock<kBlockSize>(from + last, to + last, delimiter);
+    for (std::size_t i = 0; i < last; i += kBlockSize) mapBlock<kBlockSize>(from + i, to + i, map);
+    mapBlock<kBlockSize>(from + last, to + last, map);
   } else if (size >= kHalf) {
-    convertBlock<kHalf>(from, to, delimiter);
-    convertBlock<kHalf>(from + size - kHalf, to + size - kHalf, delimiter);
+    mapBlock<kHalf>(from, to, map);
+    mapBlock<kHalf>(from + size - kHalf, to + size - kHalf, map);
   } else {
-    std::transform(from, from + size, to, [=](char c) { return isSeparator(c) ? delimiter : c; });
+    std::transform(from, from + size, to, map);
   }
+}
+
+/// Writes a text as a path holds it.
+void convert(const char* from, std::size_t size, char* to) {
+  mapText(from, size, to, [](char c) { return c == kSlash ? kBackslash : c; });
 }
 
 /// Where the last separator is: what rfind() finds byte by byte.
@@ -162,12 +170,10 @@ bool passAll(const File& from, const File& to) {
 QVROSPath::QVROSPath() : path_(".") {}
 
 QVROSPath::QVROSPath(const std::string& path) : path_(path) {
-  convert(path.data(), path.size(), path_.data(), kBackslash);
+  convert(path.data(), path.size(), path_.data());
 }
 
-QVROSPath::QVROSPath(const char* path) : path_(path) {
-  convert(path, path_.size(), path_.data(), kBackslash);
-}
+QVROSPath::QVROSPath(const char* path) : path_(path) { convert(path, path_.size(), path_.data()); }
 
 QVROSPath::~QVROSPath() = default;
 
@@ -178,13 +184,13 @@ QVROSPath& QVROSPath::operator=(const std::string& path) {
 
 QVROSPath& QVROSPath::operator=(const char* path) {
   path_ = path;
-  convert(path, path_.size(), path_.data(), kBackslash);
+  convert(path, path_.size(), path_.data());
   return *this;
 }
 
 void QVROSPath::setPath(const std::string& path) {
   path_.resize(path.size());
-  convert(path.data(), path.size(), path_.data(), kBackslash);
+  convert(path.data(), path.size(), path_.data());
 }
 
 std::string QVROSPath::getPath() const { return path_; }
@@ -231,7 +237,7 @@ void QVROSPath::appendPath(const std::string& part) {
   const std::size_t begin = path_.size() + (ends || begins ? 0 : 1);
   const std::size_t skipped = ends && begins ? 1 : 0;
   path_.resize(begin + part.size() - skipped, kBackslash);
-  convert(part.data() + skipped, part.size() - skipped, path_.data() + begin, kBackslash);
+  convert(part.data() + skipped, part.size() - skipped, path_.data() + begin);
 }
 
 bool QVROSPath::isNTValid(const std::string& path) const {
@@ -369,7 +375,8 @@ void QVROSPath::move(const QVROSPath& destination, createMode mode) const {
 }
 
 void QVROSPath::_convertPath(std::string& path, char delimiter) {
-  convert(path.data(), path.size(), path.data(), delimiter);
+  mapText(path.data(), path.size(), path.data(),
+          [delimiter](char c) { return isSeparator(c) ? delimiter : c; });
 }
 
 std::size_t QVROSPath::_findNextDelimiter(const std::string& path, std::size_t from) {
