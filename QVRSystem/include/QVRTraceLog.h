@@ -38,8 +38,8 @@ QVRSYSTEM_API std::ostream& operator<<(std::ostream& out, QVRTraceLevel level);
 /// Unspec are composed and dropped. No newline is added. A zero character in a
 /// line ends it for the writer.
 ///
-/// Formatting (base, width, precision, fill) and errors that a caller leaves in
-/// the stream end with the line. A line that is begun while another one of the
+/// Formatting (base, width, precision, fill, locale) and errors that a caller
+/// leaves in the stream end with the line. A line that is begun while another one of the
 /// same log is being composed, by one of its operands or by the writer, is a
 /// line of its own, and the outer one goes on unharmed.
 ///

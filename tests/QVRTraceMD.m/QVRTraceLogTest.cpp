@@ -12,6 +12,7 @@
 #include <iomanip>
 #include <iostream>
 #include <latch>
+#include <locale>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -436,6 +437,23 @@ TEST_F(QVRTraceLogTest, ErrorsOfTheStreamEndWithTheLineOrTheNextHeader) {
   log_.releaseLock();
 
   EXPECT_EQ(recorder_.lines(), (Lines{"1 2 kept", "next line"}));
+}
+
+TEST_F(QVRTraceLogTest, ImbuedLocaleEndsWithTheLine) {
+  struct Grouping : std::numpunct<char> {
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\3"; }
+  };
+  for (int i = 0; i < 2; ++i) {
+    log_.acquireLock();
+    std::ostream& out = log_.write(QVRTraceLevelError, "");
+    out << 1234567 << ' ';
+    out.imbue(std::locale(out.getloc(), new Grouping));
+    out << 1234567;
+    log_.releaseLock();
+  }
+
+  EXPECT_EQ(recorder_.lines(), (Lines{"1234567 1.234.567", "1234567 1.234.567"}));
 }
 
 TEST_F(QVRTraceLogTest, ThrowingStreamIsOrdinaryInTheNextLine) {

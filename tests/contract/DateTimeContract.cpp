@@ -126,6 +126,8 @@ static_assert(has<bool (P::*)(const QVRSysDate&, const QVRSysTime&)>(&P::setDate
 static_assert(has<P (*)()>(&P::Now));
 static_assert(has<QVRSysDate (P::*)() const>(&P::getDate) &&
               has<QVRSysTime (P::*)() const>(&P::getTime));
+static_assert(std::is_convertible_v<decltype(std::declval<const P&>().getDateGMT()), QVRSysDate> &&
+              std::is_convertible_v<decltype(std::declval<const P&>().getTimeGMT()), QVRSysTime>);
 static_assert(has<void (P::*)(tm&) const>(&P::getCTimeGMT) &&
               has<void (P::*)(tm&) const>(&P::getCTimeLocal) &&
               has<void (P::*)(std::int64_t&) const>(&P::getCTime));

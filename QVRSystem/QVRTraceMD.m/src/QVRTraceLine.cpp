@@ -53,6 +53,7 @@ Line& Line::end() noexcept {
   stream.precision(kDefaultPrecision);
   stream.width(0);
   stream.fill(' ');
+  if (stream.getloc() != locale_) stream.imbue(locale_);
   inProgress_ = false;
   return outer_ != nullptr ? *outer_ : *this;
 }

@@ -4,7 +4,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <locale>
 #include <memory>
+#include <ostream>
 #include <streambuf>
 #include <string_view>
 #include <vector>
@@ -82,6 +84,7 @@ class Line {
   std::ostream stream{&buffer};
 
  private:
+  const std::locale locale_ = stream.getloc();  // what a caller imbues ends with the line
   Line* const outer_;
   std::unique_ptr<Line> inner_;
   bool inProgress_ = false;
