@@ -31,7 +31,7 @@ STANDARD = set(
     """.split()
 )
 # The compiler's, for sources only.
-VECTOR = {"arm_neon.h", "emmintrin.h"}
+VECTOR = {"arm_neon.h", "immintrin.h"}
 
 
 class Layer:
