@@ -65,7 +65,7 @@ class QVRSYSTEM_API QVRMsgData : public QVRMsgBase {
   QVRMsgData() = default;
   QVRMsgData(const QVRMsgData& other) : QVRMsgBase(other), settings_(other.settings_) {}
   QVRMsgData& operator=(const QVRMsgData& other) {
-    settings_ = other.settings_;
+    if (this != &other) settings_ = other.settings_;
     return *this;
   }
 

@@ -155,9 +155,9 @@ class Rendering {
   const MessageStore& store_;
   const std::u16string_view format_;
   const QVRLocale& locale_;
+  std::size_t position_ = 0;
   const bool isPlainLocale_;  // no class derived from QVRLocale
   WideText text_;
-  std::size_t position_ = 0;
 };
 
 }  // namespace
