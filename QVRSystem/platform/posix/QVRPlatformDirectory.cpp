@@ -39,10 +39,7 @@ int readBlock(DirectoryReader& reader) noexcept {
 }  // namespace
 
 int openDirectory(const char* path, DirectoryReader& reader) noexcept {
-  const NotCancelled scope;
-  do {
-    reader.descriptor = open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  } while (reader.descriptor == -1 && errno == EINTR);
+  reader.descriptor = uninterrupted([&] { return open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
   return reader.descriptor == -1 ? errno : 0;
 }
 

@@ -21,16 +21,6 @@ constexpr std::size_t kAllBytes = 0x7fffffff;
 
 int errorOf(int result) { return result == 0 ? 0 : errno; }
 
-/// Calls until no signal interrupts, nor a cancellation. The result is not negative unless it
-/// failed.
-template <class Call>
-auto uninterrupted(Call call) {
-  const NotCancelled scope;
-  auto result = call();
-  while (result < 0 && errno == EINTR) result = call();
-  return result;
-}
-
 template <class Call>
 int countBytes(std::size_t& count, Call call) {
   const ssize_t result = uninterrupted(call);

@@ -3,6 +3,8 @@
 
 #include <pthread.h>
 
+#include <cerrno>
+
 namespace qvr {
 
 /// For a scope that calls the system at points of cancellation. A request to cancel
@@ -19,5 +21,15 @@ class NotCancelled {
  private:
   int before_ = PTHREAD_CANCEL_ENABLE;
 };
+
+/// Calls until no signal interrupts, nor a cancellation. The result is not negative unless it
+/// failed.
+template <class Call>
+auto uninterrupted(Call call) {
+  const NotCancelled scope;
+  auto result = call();
+  while (result < 0 && errno == EINTR) result = call();
+  return result;
+}
 
 }  // namespace qvr
