@@ -26,6 +26,14 @@
 #define QVR_RELEASE(...) QVR_THREAD_ANNOTATION(release_capability(__VA_ARGS__))
 /// A function that takes the lock when it returns the first argument.
 #define QVR_TRY_ACQUIRE(...) QVR_THREAD_ANNOTATION(try_acquire_capability(__VA_ARGS__))
+/// As those above, for holds that several threads can have at once, and for
+/// a function that gives back a hold of either kind.
+#define QVR_ACQUIRE_SHARED(...) QVR_THREAD_ANNOTATION(acquire_shared_capability(__VA_ARGS__))
+#define QVR_TRY_ACQUIRE_SHARED(...) \
+  QVR_THREAD_ANNOTATION(try_acquire_shared_capability(__VA_ARGS__))
+#define QVR_RELEASE_GENERIC(...) QVR_THREAD_ANNOTATION(release_generic_capability(__VA_ARGS__))
+/// A function that returns the lock.
+#define QVR_RETURN_CAPABILITY(lock) QVR_THREAD_ANNOTATION(lock_returned(lock))
 /// A function that must not be called with the lock held.
 #define QVR_EXCLUDES(...) QVR_THREAD_ANNOTATION(locks_excluded(__VA_ARGS__))
 /// A function that the analysis passes over; say why beside it.

@@ -6,22 +6,14 @@
 // the plain operations.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 
+#include "QVRAtomicAccess.h"
 #include "QVRSystem/platform/QVRPlatformThread.h"
 
 namespace qvr::internal {
 
-template <class T>
-using Atomic = std::atomic<T>;
-
-/// Atomic access to a plain field: for classes whose public header shows it, or
-/// whose storage must be usable before construction.
-template <class T>
-using AtomicRef = std::atomic_ref<T>;
-
-/// The same for the word on which threads can wait.
+/// Atomic access to the word on which threads can wait.
 using AtomicWord = AtomicRef<std::uint32_t>;
 
 /// Sleeps while `word` holds `expected`; may return for no reason.

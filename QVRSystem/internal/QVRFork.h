@@ -13,6 +13,7 @@ enum class ForkRank {
   LocaleProcess,
   TraceSettings,
   TimeZone,
+  OrphanedMutexes,
 };
 
 /// Puts a lock on the list that a fork takes before it and gives back after it,

@@ -1,5 +1,6 @@
 #include "QVRSystem/internal/QVRThreadState.h"
 
+#include "QVRSystem/internal/QVRAtomic.h"
 #include "QVRSystem/platform/QVRPlatformThread.h"
 
 namespace qvr::internal {
@@ -11,6 +12,11 @@ std::uint32_t refreshThreadId() noexcept {
   platform::threadId(id);
   threadState.id = id;
   return id;
+}
+
+std::uint64_t makeThreadSerial() noexcept {
+  static constinit Atomic<std::uint64_t> last = 0;
+  return threadState.serial = last.fetch_add(1, std::memory_order_relaxed) + 1;
 }
 
 }  // namespace qvr::internal

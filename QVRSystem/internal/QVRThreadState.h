@@ -9,6 +9,7 @@ namespace qvr::internal {
 struct ThreadState {
   std::uint32_t id = 0;             // the kernel's; 0 until first asked for
   std::uint32_t shortSections = 0;  // how many the thread is inside
+  std::uint64_t serial = 0;         // its number in the process; 0 until first asked for
 };
 
 // Initial-exec: one instruction to reach, and safe to read in a signal handler.
@@ -22,6 +23,17 @@ std::uint32_t refreshThreadId() noexcept;
 inline std::uint32_t currentThreadId() noexcept {
   const std::uint32_t id = threadState.id;
   return id != 0 ? id : refreshThreadId();
+}
+
+/// Numbers the calling thread and keeps the number.
+std::uint64_t makeThreadSerial() noexcept;
+
+/// The number of the calling thread, which no other thread of the process has had
+/// or will have, unlike the kernel's identifier; never 0, the same in the child of
+/// a fork.
+inline std::uint64_t currentThreadSerial() noexcept {
+  const std::uint64_t serial = threadState.serial;
+  return serial != 0 ? serial : makeThreadSerial();
 }
 
 /// Marks a short critical section of the library for its scope: whoever would

@@ -3,6 +3,7 @@
 
 QVR_REAL_FUNCTION(threadId)
 QVR_REAL_FUNCTION(processId)
+QVR_REAL_FUNCTION(processorCount)
 QVR_REAL_FUNCTION(sleepFor)
 QVR_REAL_FUNCTION(yield)
 QVR_REAL_FUNCTION(waitWhile)
@@ -24,6 +25,9 @@ int waitWhile(std::uint32_t& word, std::uint32_t expected) noexcept {
 int wake(std::uint32_t* word, int count) noexcept { return posix::wake(word, count); }
 
 int processId(std::uint32_t& id) noexcept { return forward("processId", &posix::processId, id); }
+int processorCount(std::uint64_t& count) noexcept {
+  return forward("processorCount", &posix::processorCount, count);
+}
 int sleepFor(std::uint64_t milliseconds) {
   return forward("sleepFor", &posix::sleepFor, milliseconds);
 }

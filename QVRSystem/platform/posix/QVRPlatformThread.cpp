@@ -21,6 +21,13 @@ int processId(std::uint32_t& id) noexcept {
   return 0;
 }
 
+int processorCount(std::uint64_t& count) noexcept {
+  const long online = sysconf(_SC_NPROCESSORS_ONLN);
+  if (online < 1) return errno;
+  count = static_cast<std::uint64_t>(online);
+  return 0;
+}
+
 int sleepFor(std::uint64_t milliseconds) {
   constexpr long kNanosecondsPerSecond = 1'000'000'000;
   constexpr long kNanosecondsPerMillisecond = 1'000'000;

@@ -1,0 +1,27 @@
+#include "QVRSpinLock.h"
+
+#include "QVRSysThreadId.h"
+#include "QVRSystem/platform/QVRPlatformThread.h"
+
+std::uint64_t QVRSpinLock::SpinLimit = GetSpinLimit();
+
+// The lock may be given back by another thread, which the analysis does not follow.
+void QVRSpinLock::acquireSlowly() noexcept QVR_NO_THREAD_SAFETY_ANALYSIS {
+  do {
+    // Reading leaves the cache line with the holder; only the exchange writes.
+    std::uint64_t reads = 0;
+    while (reads < SpinLimit && lock_.isLocked()) ++reads;
+    if (reads == SpinLimit) QVRSysThreadYield();
+  } while (!lock_.acquire());
+}
+
+std::uint64_t QVRSpinLock::GetNumProcessors() noexcept {
+  std::uint64_t count = 1;
+  qvr::platform::processorCount(count);
+  return count;
+}
+
+std::uint64_t QVRSpinLock::GetSpinLimit() noexcept {
+  constexpr std::uint64_t kReadsBeforeYield = 4000;
+  return GetNumProcessors() == 1 ? 1 : kReadsBeforeYield;
+}

@@ -1,0 +1,63 @@
+// What threads that hold a mutex can wait for.
+#pragma once
+
+#include "QVRSysCriticalSection.h"
+#include "QVRSysICondition.h"
+#include "QVRSystemExport.h"
+
+class QVRSysMutexLock;
+
+namespace qvr::internal {
+class Waiter;
+}  // namespace qvr::internal
+
+/// A condition on one mutex: a thread that holds the mutex waits until another
+/// signals.
+///
+/// Signals go to the threads that wait when they are given, the longest waiting
+/// first, and are forgotten where there is none. No thread wakes without one, and
+/// one that begins to wait later gets none of them. Throws nothing.
+///
+/// @par Thread safety
+/// Any thread may call any operation but construction and destruction, which are
+/// one thread's and for which no thread may wait; a thread that signals and does
+/// not hold the mutex may still be inside signal() when the waiter goes on.
+/// @par Cost
+/// A signal that nobody waits for is one read. Waiting allocates nothing.
+class QVRSYSTEM_API QVRSysCondition : public QVRSysICondition {
+ public:
+  /// @param lock the mutex, which must last as long as the condition.
+  explicit QVRSysCondition(QVRSysMutexLock& lock) noexcept : lock_(lock) {}
+  ~QVRSysCondition() = default;
+
+  QVRSysCondition(const QVRSysCondition&) = delete;
+  QVRSysCondition& operator=(const QVRSysCondition&) = delete;
+
+  /// Wakes the thread that has waited longest, if one waits. With the mutex held
+  /// or without.
+  void signal() noexcept override;
+
+  /// Wakes every thread that waits now, and waits for none of them to run. To be
+  /// called with the mutex held.
+  void signalAll() noexcept override;
+
+  /// Gives one hold of the mutex back, sleeps until signalled, and takes the hold
+  /// again: a caller that held it several times keeps it from others meanwhile.
+  /// Takes over, without a report, a mutex whose holder ended. To be called with
+  /// the mutex held.
+  void wait() noexcept override;
+
+  /// The mutex given to the constructor.
+  QVRSysIMutexLock* getLock() const noexcept override;
+
+ private:
+  void append(qvr::internal::Waiter& waiter) noexcept;
+  qvr::internal::Waiter* takeFirst() noexcept;
+  qvr::internal::Waiter* takeAll() noexcept;
+
+  QVRSysMutexLock& lock_;
+  QVRSysCriticalSection queueLock_;  // taken after the mutex, never held while waiting
+  // A qvr::internal::WaitList, which queueLock_ guards; whether anybody waits is
+  // also read without it.
+  qvr::internal::Waiter* waiters_ = nullptr;
+};

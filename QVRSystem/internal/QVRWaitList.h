@@ -1,0 +1,92 @@
+// Threads that wait to be woken, in the order in which they came.
+#pragma once
+
+#include <cstdint>
+#include <utility>
+
+#include "QVRSystem/internal/QVRAtomic.h"
+
+namespace qvr::internal {
+
+/// A waiting thread; lives on its stack while it waits.
+class Waiter {
+ public:
+  Waiter() = default;
+  Waiter(const Waiter&) = delete;
+  Waiter& operator=(const Waiter&) = delete;
+
+  /// Sleeps until woken; not before.
+  void sleep() noexcept {
+    const AtomicWord state(state_);
+    // Pairs with the store in wake(): what was written before it is visible here.
+    while (state.load(std::memory_order_acquire) == kWaiting) waitWhile(state_, kWaiting);
+  }
+
+  /// Ends the wait of one that is on no list any more, and may be gone at once.
+  void wake() noexcept {
+    std::uint32_t* const address = &state_;
+    AtomicWord(state_).store(kWoken, std::memory_order_release);
+    wakeOne(address);
+  }
+
+ private:
+  friend class WaitList;
+
+  static constexpr std::uint32_t kWaiting = 0;
+  static constexpr std::uint32_t kWoken = 1;
+
+  std::uint32_t state_ = kWaiting;
+  Waiter* next_ = nullptr;
+};
+
+/// What a list of waiting threads consists of: the one that came last, linked to
+/// the first; null where nobody waits.
+using WaitListStorage = Waiter*;
+
+/// A list of waiting threads in somebody's storage.
+///
+/// @par Thread safety
+/// The owner of the storage guards every operation but isEmpty() by a lock. Threads
+/// are taken off under it and woken once it is given back.
+class WaitList {
+ public:
+  explicit WaitList(WaitListStorage& last) noexcept : last_(last) {}
+
+  /// Under no lock a look at some moment: whoever began to wait before the caller
+  /// last took a lock that it held then is seen.
+  bool isEmpty() const noexcept { return last().load(std::memory_order_acquire) == nullptr; }
+
+  void append(Waiter& waiter) noexcept {
+    Waiter* const before = last().load(std::memory_order_relaxed);
+    waiter.next_ = before == nullptr ? &waiter : std::exchange(before->next_, &waiter);
+    last().store(&waiter, std::memory_order_release);
+  }
+
+  /// @return the thread that waited longest, taken off the list, for wake(); null
+  ///   where there is none.
+  Waiter* takeFirst() noexcept {
+    Waiter* const latest = last().load(std::memory_order_relaxed);
+    if (latest == nullptr) return nullptr;
+    Waiter* const first = std::exchange(latest->next_, latest->next_->next_);
+    if (first == latest) last().store(nullptr, std::memory_order_relaxed);
+    return first;
+  }
+
+  /// @return all of them, taken off the list, for wakeAll().
+  Waiter* takeAll() noexcept {
+    Waiter* const latest = last().exchange(nullptr, std::memory_order_relaxed);
+    return latest == nullptr ? nullptr : std::exchange(latest->next_, nullptr);
+  }
+
+  /// Wakes what takeAll() gave, the longest waiting first.
+  static void wakeAll(Waiter* first) noexcept {
+    while (first != nullptr) std::exchange(first, first->next_)->wake();
+  }
+
+ private:
+  AtomicRef<WaitListStorage> last() const noexcept { return AtomicRef<WaitListStorage>(last_); }
+
+  WaitListStorage& last_;
+};
+
+}  // namespace qvr::internal
