@@ -4,7 +4,9 @@
 Usage: report.py DIRECTORY. Reads DIRECTORY/<Class>.json, writes ratios.md and
 one <Class>.svg each beside them. A benchmark is named
 <subject>/<operation>[/<size>]; ours are the subjects that begin with QVR, all
-others with the same operation and size are its peers.
+others with the same operation and size are its peers. A subject that ends in
+" (limit)" does less than ours promises, such as a lock that is not recursive:
+it is shown, and is never the best peer.
 """
 
 import json
@@ -38,7 +40,7 @@ def read_times(path):
 
 @dataclass
 class Comparison:
-    """Our median time for one operation and its peers', the fastest first."""
+    """Our median time for one operation and its peers', the fastest first, limits last."""
 
     subject: str
     operation: str
@@ -50,13 +52,17 @@ class Comparison:
         return self.median / self.peers[index][1]
 
 
+def is_limit(subject):
+    return subject.endswith(" (limit)")
+
+
 def compare(operations):
     comparisons = []
     for operation, times in operations.items():
         medians = {subject: statistics.median(values) for subject, values in times.items()}
         peers = sorted(
             ((subject, time) for subject, time in medians.items() if not subject.startswith("QVR")),
-            key=lambda peer: peer[1],
+            key=lambda peer: (is_limit(peer[0]), peer[1]),
         )
         for subject, median in medians.items():
             if subject.startswith("QVR"):
@@ -79,13 +85,13 @@ def ratio_text(ratio):
 def row(comparison):
     cells = [f"{comparison.subject}/{comparison.operation}", duration(comparison.median),
              f"{comparison.spread:.0%}"]
-    if comparison.peers:
-        name, best = comparison.peers[0]
-        ratios = (f"{peer} {ratio_text(comparison.ratio(index))}"
-                  for index, (peer, _) in enumerate(comparison.peers))
-        cells += [name, duration(best), f"**{ratio_text(comparison.ratio())}**", ", ".join(ratios)]
+    name, best = comparison.peers[0] if comparison.peers else ("", 0)
+    if name and not is_limit(name):
+        cells += [name, duration(best), f"**{ratio_text(comparison.ratio())}**"]
     else:
-        cells += ["none"] + [""] * 3
+        cells += ["none"] + [""] * 2
+    cells.append(", ".join(f"{peer} {ratio_text(comparison.ratio(index))}"
+                           for index, (peer, _) in enumerate(comparison.peers)))
     return "| " + " | ".join(cells) + " |\n"
 
 
