@@ -1,0 +1,40 @@
+// Takes the place of the library's QVRThreadState.h: a thread is one of the
+// scenario's.
+#pragma once
+
+#include <cstdint>
+#include <utility>
+
+#include "scheduler/SchedulingPoint.h"
+
+namespace qvr::internal {
+
+inline std::uint32_t currentThreadId() noexcept { return scheduler::threadNumber(); }
+
+inline std::uint32_t refreshThreadId() noexcept { return currentThreadId(); }
+
+inline std::uint64_t currentThreadSerial() noexcept { return scheduler::threadSerial(); }
+
+/// The scheduler fails a thread that ends inside one.
+class ShortSection {
+ public:
+  ShortSection() noexcept { ++scheduler::shortSections(); }
+  ~ShortSection() { --scheduler::shortSections(); }
+
+  ShortSection(const ShortSection&) = delete;
+  ShortSection& operator=(const ShortSection&) = delete;
+};
+
+class ShortSectionPause {
+ public:
+  ShortSectionPause() noexcept : marks_(std::exchange(scheduler::shortSections(), 0)) {}
+  ~ShortSectionPause() { scheduler::shortSections() = marks_; }
+
+  ShortSectionPause(const ShortSectionPause&) = delete;
+  ShortSectionPause& operator=(const ShortSectionPause&) = delete;
+
+ private:
+  const std::uint32_t marks_;
+};
+
+}  // namespace qvr::internal
