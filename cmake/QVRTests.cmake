@@ -4,6 +4,9 @@
 #
 #   qvr_add_tests(NAME SOURCES <both programs> SEAM_SOURCES <NAMETests only>
 #                 LIBRARIES <what else they link>)
+#
+# Test code is not optimised: it is most of what there is to compile, and little of
+# what runs.
 function(qvr_add_tests name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;SEAM_SOURCES;LIBRARIES")
 
@@ -12,6 +15,7 @@ function(qvr_add_tests name)
     $<TARGET_OBJECTS:QVRSystemRealPlatform> $<TARGET_OBJECTS:QVRPlatformDouble>)
   target_include_directories(${name}Tests PRIVATE
     ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/QVRSystem/include)
+  target_compile_options(${name}Tests PRIVATE -O0)
   target_link_libraries(${name}Tests PRIVATE QVRTestSupport QVRBuild ZELKernel Threads::Threads
     QVRWarnings ${arg_LIBRARIES} GTest::gtest_main)
   qvr_discover_tests(${name}Tests "")
@@ -19,6 +23,7 @@ function(qvr_add_tests name)
   if(arg_SOURCES)
     # Compiled once for both programs, and so with public headers only.
     add_library(${name}TestSources OBJECT ${arg_SOURCES})
+    target_compile_options(${name}TestSources PRIVATE -O0)
     target_include_directories(${name}TestSources PRIVATE ${PROJECT_SOURCE_DIR}/QVRSystem/include)
     target_link_libraries(${name}TestSources PUBLIC QVRTestSupport Threads::Threads QVRWarnings
       ${arg_LIBRARIES} GTest::gtest_main)
