@@ -16,7 +16,8 @@ class QVRSYSTEM_API QVRSysThreadId {
   QVRSysThreadId() noexcept = default;
 
   /// Valid; keeps the low 32 bits.
-  QVRSysThreadId(const unsigned long& nativeThreadId) noexcept;
+  QVRSysThreadId(const unsigned long& nativeThreadId) noexcept
+      : id_(static_cast<std::uint32_t>(nativeThreadId)), valid_(true) {}
 
   bool isValid() const noexcept { return valid_; }
   void setValid(bool valid) noexcept { valid_ = valid; }
@@ -25,7 +26,9 @@ class QVRSYSTEM_API QVRSysThreadId {
   void clear() noexcept { valid_ = false; }
 
   /// Whether both are valid and have one number: two that are not valid differ.
-  bool operator==(const QVRSysThreadId& other) const noexcept;
+  bool operator==(const QVRSysThreadId& other) const noexcept {
+    return valid_ && other.valid_ && id_ == other.id_;
+  }
   bool operator!=(const QVRSysThreadId& other) const noexcept { return !(*this == other); }
 
   /// By number alone, valid or not.

@@ -7,13 +7,6 @@
 #include "QVRSystem/internal/QVRThreadState.h"
 #include "QVRSystem/platform/QVRPlatformThread.h"
 
-QVRSysThreadId::QVRSysThreadId(const unsigned long& nativeThreadId) noexcept
-    : id_(static_cast<std::uint32_t>(nativeThreadId)), valid_(true) {}
-
-bool QVRSysThreadId::operator==(const QVRSysThreadId& other) const noexcept {
-  return valid_ && other.valid_ && id_ == other.id_;
-}
-
 std::ostream& operator<<(std::ostream& out, const QVRSysThreadId& id) {
   // As text: the stream's base and grouping do not apply to an identifier.
   return out << std::to_string(id.hash());
