@@ -52,8 +52,6 @@ class QVRSYSTEM_API QVRSysCondition : public QVRSysICondition {
 
  private:
   void append(qvr::internal::Waiter& waiter) noexcept;
-  qvr::internal::Waiter* takeFirst() noexcept;
-  qvr::internal::Waiter* takeAll() noexcept;
 
   QVRSysMutexLock& lock_;
   QVRSysCriticalSection queueLock_;  // taken after the mutex, never held while waiting

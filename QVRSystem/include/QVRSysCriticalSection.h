@@ -7,6 +7,10 @@
 #include "QVRSystemExport.h"
 #include "QVRThreadAnnotations.h"
 
+namespace qvr::internal {
+class ShortHold;
+}  // namespace qvr::internal
+
 /// A recursive lock inside the process, lighter than QVRSysMutexLock: without
 /// contention it enters no kernel, and a holder that ends leaves it held for ever.
 /// Holds nest at least 2147483647 deep. Allocates, throws and reports nothing.
@@ -45,5 +49,7 @@ class QVRSYSTEM_API QVRSysCriticalSection : public QVRSysIMutexLock {
   void finalize() noexcept;
 
  private:
+  friend class qvr::internal::ShortHold;  // takes it without a call
+
   mutable std::uint32_t native_[2] = {};  // a qvr::internal::RecursiveLock
 };
