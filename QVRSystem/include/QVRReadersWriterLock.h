@@ -1,7 +1,9 @@
 // A recursive lock that many threads can hold for reading.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "QVRSysCriticalSection.h"
@@ -11,6 +13,7 @@
 #include "QVRThreadAnnotations.h"
 
 namespace qvr::internal {
+class HolderIndex;
 class Waiter;
 }  // namespace qvr::internal
 
@@ -38,7 +41,7 @@ class QVRSYSTEM_API QVRReadersWriterLock : public QVRSysIMutexLock {
   QVRReadersWriterLock();
 
   /// Does not look whether the lock is held.
-  ~QVRReadersWriterLock() = default;
+  ~QVRReadersWriterLock();
 
   QVRReadersWriterLock(const QVRReadersWriterLock&) = delete;
   QVRReadersWriterLock& operator=(const QVRReadersWriterLock&) = delete;
@@ -88,18 +91,23 @@ class QVRSYSTEM_API QVRReadersWriterLock : public QVRSysIMutexLock {
     std::int32_t count = 0;                 // until they have looked again, woken ones included
   };
 
+  // These take the caller's identifier, or its entry once it is found.
   int findThread(const QVRSysThreadId& thread) const QVR_REQUIRES(monitor_);
   void addThread(const QVRSysThreadId& thread) QVR_REQUIRES(monitor_);
-  void removeThread(const QVRSysThreadId& thread) QVR_REQUIRES(monitor_);
-  bool isNestedRead() QVR_REQUIRES(monitor_);
-  bool isNestedWrite() QVR_REQUIRES(monitor_);
-  bool isNestedRelease() QVR_REQUIRES(monitor_);
+  void removeThread(int entry) QVR_REQUIRES(monitor_);
+  bool isNestedRead(const QVRSysThreadId& thread) QVR_REQUIRES(monitor_);
+  bool isNestedWrite(const QVRSysThreadId& thread) QVR_REQUIRES(monitor_);
+  bool isNestedRelease(int entry) QVR_REQUIRES(monitor_);
   bool isValid() const QVR_REQUIRES(monitor_);
   QVRSysCriticalSection& getMonitor() const QVR_RETURN_CAPABILITY(monitor_) { return monitor_; }
 
+  std::size_t findFreeEntry() const QVR_REQUIRES(monitor_);
   void reserveEntry() QVR_REQUIRES(monitor_);
+  void grow(std::size_t entries) QVR_REQUIRES(monitor_);
+  std::unique_ptr<qvr::internal::HolderIndex> makeIndex(std::size_t entries) const
+      QVR_REQUIRES(monitor_);
   void wait(Queue& queue) QVR_REQUIRES(monitor_);
-  qvr::internal::Waiter* giveBack();
+  qvr::internal::Waiter* giveBack() QVR_REQUIRES(monitor_);
   qvr::internal::Waiter* takeNext() QVR_REQUIRES(monitor_);
 
   mutable QVRSysCriticalSection monitor_;
@@ -107,4 +115,6 @@ class QVRSYSTEM_API QVRReadersWriterLock : public QVRSysIMutexLock {
   Queue writers_ QVR_GUARDED_BY(monitor_);
   std::int32_t lockCount_ QVR_GUARDED_BY(monitor_) = 0;  // as getNestingLevel()
   std::vector<Holder> holders_ QVR_GUARDED_BY(monitor_);
+  // Of holders_; null until these may be more than a handful.
+  std::unique_ptr<qvr::internal::HolderIndex> index_ QVR_GUARDED_BY(monitor_);
 };

@@ -1,14 +1,16 @@
 #include "QVRReadersWriterLock.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "QVREInternalError.h"
+#include "QVRHolderIndex.h"
 #include "QVRShortHold.h"
 #include "QVRSystem/internal/QVRThreadState.h"
 #include "QVRSystem/internal/QVRWaitList.h"
 
+using qvr::internal::HolderIndex;
 using qvr::internal::ShortHold;
-using qvr::internal::ShortSection;
 using qvr::internal::ShortSectionPause;
 using qvr::internal::Waiter;
 using qvr::internal::WaitList;
@@ -20,48 +22,56 @@ constexpr char kSource[] = "QVRSystem/QVRThreadsMD.m/src/QVRReadersWriterLock";
 constexpr int kUpgradeLine = 242;
 constexpr int kNotOwnerLine = 265;
 
-constexpr std::size_t kReservedHolders = 8;
+// So many entries are there from the start, and are quickest to look through.
+constexpr std::size_t kFewHolders = 8;
+
+QVRSysThreadId currentThread() noexcept { return qvr::internal::currentThreadId(); }
 
 }  // namespace
 
-QVRReadersWriterLock::QVRReadersWriterLock() { holders_.reserve(kReservedHolders); }
+QVRReadersWriterLock::QVRReadersWriterLock() { holders_.reserve(kFewHolders); }
+
+QVRReadersWriterLock::~QVRReadersWriterLock() = default;
 
 void QVRReadersWriterLock::acquireRead() {
+  const QVRSysThreadId self = currentThread();
   const ShortHold hold(monitor_);
-  if (isNestedRead()) return;
+  if (isNestedRead(self)) return;
   reserveEntry();
   while (lockCount_ < 0 || writers_.count > 0) wait(readers_);
   ++lockCount_;
-  addThread(QVRSysGetThreadId());
+  addThread(self);
 }
 
 void QVRReadersWriterLock::acquireWrite() {
+  const QVRSysThreadId self = currentThread();
   const ShortHold hold(monitor_);
-  if (isNestedWrite()) return;
+  if (isNestedWrite(self)) return;
   reserveEntry();
   while (lockCount_ != 0) wait(writers_);
   lockCount_ = -1;
-  addThread(QVRSysGetThreadId());
+  addThread(self);
 }
 
 void QVRReadersWriterLock::acquire() { acquireWrite(); }
 
 void QVRReadersWriterLock::release() {
-  // Until the threads are awake: nobody else wakes those that are off their list.
-  const ShortSection section;
-  WaitList::wakeAll(giveBack());
+  ShortHold hold(monitor_);
+  Waiter* const next = giveBack();
+  hold.release();
+  WaitList::wakeAll(next);
 }
 
 bool QVRReadersWriterLock::isLocked() const {
   const ShortHold hold(monitor_);
-  return findThread(QVRSysGetThreadId()) >= 0;
+  return findThread(currentThread()) >= 0;
 }
 
 bool QVRReadersWriterLock::isReadLocked() const { return isLocked(); }
 
 bool QVRReadersWriterLock::isWriteLocked() const {
   const ShortHold hold(monitor_);
-  return lockCount_ < 0 && findThread(QVRSysGetThreadId()) >= 0;
+  return lockCount_ < 0 && findThread(currentThread()) >= 0;
 }
 
 int QVRReadersWriterLock::getNestingLevel() const {
@@ -70,6 +80,7 @@ int QVRReadersWriterLock::getNestingLevel() const {
 }
 
 int QVRReadersWriterLock::findThread(const QVRSysThreadId& thread) const {
+  if (index_ != nullptr) return thread.isValid() ? index_->find(thread.getNativeThreadIdRep()) : -1;
   for (std::size_t i = 0; i < holders_.size(); ++i) {
     if (holders_[i].thread == thread) return static_cast<int>(i);
   }
@@ -77,44 +88,41 @@ int QVRReadersWriterLock::findThread(const QVRSysThreadId& thread) const {
 }
 
 void QVRReadersWriterLock::addThread(const QVRSysThreadId& thread) {
-  for (Holder& holder : holders_) {
-    if (holder.thread.isValid()) continue;
-    holder = {thread, 1};
-    return;
-  }
-  holders_.push_back({thread, 1});
+  const std::size_t entry = findFreeEntry();
+  if (entry == holders_.size()) holders_.emplace_back();
+  holders_[entry] = {thread, 1};
+  if (index_ != nullptr) index_->add(thread.getNativeThreadIdRep(), static_cast<int>(entry));
 }
 
-void QVRReadersWriterLock::removeThread(const QVRSysThreadId& thread) {
-  const int index = findThread(thread);
-  if (index >= 0) holders_[static_cast<std::size_t>(index)] = Holder{};
+void QVRReadersWriterLock::removeThread(int entry) {
+  Holder& holder = holders_[static_cast<std::size_t>(entry)];
+  if (index_ != nullptr) index_->remove(holder.thread.getNativeThreadIdRep());
+  holder = Holder{};
 }
 
-bool QVRReadersWriterLock::isNestedRead() {
-  const int index = findThread(QVRSysGetThreadId());
-  if (index < 0) return false;
+bool QVRReadersWriterLock::isNestedRead(const QVRSysThreadId& thread) {
+  const int entry = findThread(thread);
+  if (entry < 0) return false;
   lockCount_ += lockCount_ < 1 ? -1 : 1;
-  ++holders_[static_cast<std::size_t>(index)].holds;
+  ++holders_[static_cast<std::size_t>(entry)].holds;
   return true;
 }
 
-bool QVRReadersWriterLock::isNestedWrite() {
-  const int index = findThread(QVRSysGetThreadId());
-  if (index < 0) return false;
+bool QVRReadersWriterLock::isNestedWrite(const QVRSysThreadId& thread) {
+  const int entry = findThread(thread);
+  if (entry < 0) return false;
   if (lockCount_ >= 1) {
     throw QVREInternalError(u" Cannot acquire a write lock within a read-only transaction", kSource,
                             kUpgradeLine);
   }
   --lockCount_;
-  ++holders_[static_cast<std::size_t>(index)].holds;
+  ++holders_[static_cast<std::size_t>(entry)].holds;
   return true;
 }
 
-bool QVRReadersWriterLock::isNestedRelease() {
-  const int index = findThread(QVRSysGetThreadId());
-  if (index < 0) throw QVREInternalError(u" Illegal useage; Not Owner ", kSource, kNotOwnerLine);
+bool QVRReadersWriterLock::isNestedRelease(int entry) {
   lockCount_ += lockCount_ < 1 ? 1 : -1;
-  return --holders_[static_cast<std::size_t>(index)].holds > 0;
+  return --holders_[static_cast<std::size_t>(entry)].holds > 0;
 }
 
 bool QVRReadersWriterLock::isValid() const {
@@ -123,11 +131,39 @@ bool QVRReadersWriterLock::isValid() const {
   return sum == std::abs(static_cast<std::int64_t>(lockCount_));
 }
 
+// The end of the table counts: it follows the last entry in use.
+std::size_t QVRReadersWriterLock::findFreeEntry() const {
+  if (index_ != nullptr) return static_cast<std::size_t>(index_->firstFree());
+  std::size_t entry = 0;
+  while (entry < holders_.size() && holders_[entry].thread.isValid()) ++entry;
+  return entry;
+}
+
 // Room for every thread that holds the lock or waits, so that none fails for lack of
 // memory once it was woken: the wake-up would be lost to the others.
 void QVRReadersWriterLock::reserveEntry() {
   const auto waiting = static_cast<std::size_t>(readers_.count + writers_.count);
-  holders_.reserve(holders_.size() + waiting + 1);
+  const std::size_t entries = holders_.size() + waiting + 1;
+  if (entries > holders_.capacity()) grow(std::max(entries, 2 * holders_.capacity()));
+}
+
+void QVRReadersWriterLock::grow(std::size_t entries) {
+  if (index_ == nullptr) {
+    index_ = makeIndex(entries);
+  } else {
+    index_->reserve(entries);
+  }
+  holders_.reserve(entries);
+}
+
+std::unique_ptr<HolderIndex> QVRReadersWriterLock::makeIndex(std::size_t entries) const {
+  auto index = std::make_unique<HolderIndex>();
+  index->reserve(entries);
+  for (std::size_t i = 0; i < holders_.size(); ++i) {
+    const QVRSysThreadId& thread = holders_[i].thread;
+    if (thread.isValid()) index->add(thread.getNativeThreadIdRep(), static_cast<int>(i));
+  }
+  return index;
 }
 
 void QVRReadersWriterLock::wait(Queue& queue) {
@@ -144,9 +180,10 @@ void QVRReadersWriterLock::wait(Queue& queue) {
 }
 
 Waiter* QVRReadersWriterLock::giveBack() {
-  const ShortHold hold(monitor_);
-  if (isNestedRelease()) return nullptr;
-  removeThread(QVRSysGetThreadId());
+  const int entry = findThread(currentThread());
+  if (entry < 0) throw QVREInternalError(u" Illegal useage; Not Owner ", kSource, kNotOwnerLine);
+  if (isNestedRelease(entry)) return nullptr;
+  removeThread(entry);
   if (lockCount_ == 0) holders_.clear();
   return takeNext();
 }
