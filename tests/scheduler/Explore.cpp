@@ -24,6 +24,8 @@ constexpr char kUsage[] =
     "         --find         succeed where each scenario fails\n"
     "QVR_REPLAY='...' in the environment repeats one schedule of one scenario.\n";
 
+constexpr int kNameWidth = 60;
+
 using Clock = std::chrono::steady_clock;
 
 struct Request {
@@ -71,7 +73,7 @@ class Explorer {
 
   /// The exhaustive part of each, then as many at random as are still missing.
   bool explore(const std::vector<const Scenario*>& scenarios) {
-    std::cout << std::left << std::setw(44) << "scenario" << std::right << std::setw(12)
+    std::cout << std::left << std::setw(kNameWidth) << "scenario" << std::right << std::setw(12)
               << "schedules" << std::setw(14) << "steps" << std::setw(9) << "ms" << '\n';
     for (const Scenario* scenario : scenarios) exploreAll(*scenario);
     std::size_t left = scenarios.size();
@@ -106,8 +108,8 @@ class Explorer {
     exhaustive_ += report.exhaustive;
     random_ += report.random;
     steps_ += report.steps;
-    std::cout << std::left << std::setw(44) << std::string(scenario.name()) + part << std::right
-              << std::setw(12) << report.schedules() << std::setw(14) << report.steps
+    std::cout << std::left << std::setw(kNameWidth) << std::string(scenario.name()) + part
+              << std::right << std::setw(12) << report.schedules() << std::setw(14) << report.steps
               << std::setw(9) << taken.count() << '\n';
     if (report.failure.empty()) return;
     ++failed_;

@@ -62,6 +62,17 @@ void Region::pass() {
   leave();
 }
 
+void Gate::pass() {
+  step();
+  while (!open_) sleepOn(this);
+}
+
+void Gate::open() {
+  step();
+  open_ = true;
+  wakeAll(this);
+}
+
 namespace {
 
 constexpr std::string_view kSeed = "seed=";

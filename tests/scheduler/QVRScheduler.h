@@ -120,6 +120,19 @@ class Region {
   int inside_ = 0;
 };
 
+/// A gate that is closed at first; threads sleep before it.
+class Gate {
+ public:
+  /// Returns when the gate is open.
+  void pass();
+  /// Lets all of them through, and everybody from then on.
+  void open();
+  bool isOpen() const { return open_; }
+
+ private:
+  bool open_ = false;
+};
+
 /// How much is explored, and how.
 struct Options {
   /// How often a thread that could go on loses its turn, in the exhaustive part:
@@ -145,7 +158,7 @@ struct Options {
   /// The one schedule to run, as a Report gave it, after the scenario's name:
   /// "seed=17" or "preemptions=2 choices=4:1,9:2". Where it is empty, the
   /// environment's QVR_REPLAY decides, if it names the scenario.
-  std::string replay;
+  std::string replay{};
 };
 
 /// What came of it.

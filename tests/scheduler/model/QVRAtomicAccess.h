@@ -8,6 +8,7 @@
 #include <atomic>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 #include "scheduler/SchedulingPoint.h"
 
@@ -25,14 +26,25 @@ std::uint64_t bitsOf(const T& value) noexcept {
   return bits;
 }
 
+/// What a trace shows of a value: of a pointer only whether there is one, since
+/// addresses change from run to run.
+template <class T>
+std::uint64_t shown(const T& value) noexcept {
+  if constexpr (std::is_pointer_v<T>) {
+    return value != nullptr;
+  } else {
+    return bitsOf(value);
+  }
+}
+
 /// Performs an operation on a word, after others had their turn.
 template <class T, class Action>
 auto atomically(Operation operation, T& word, Action action) noexcept {
   if (!scheduler::onThread()) return action();
   scheduler::point(operation, &word);
-  const std::uint64_t before = bitsOf(word);
+  const std::uint64_t before = shown(word);
   const auto result = action();
-  scheduler::note(before, bitsOf(word));
+  scheduler::note(before, shown(word));
   return result;
 }
 
