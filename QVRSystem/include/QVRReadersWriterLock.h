@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "QVRAtomicAccess.h"
 #include "QVRSysCriticalSection.h"
 #include "QVRSysIMutexLock.h"
 #include "QVRSysThreadId.h"
@@ -31,10 +32,11 @@ class Waiter;
 /// @par Thread safety
 /// Any thread may call any operation but construction and destruction.
 /// @par Cost
-/// Each operation holds a short lock inside and looks the caller up among the
-/// holders in constant time on average; only waiting enters the kernel. Memory
-/// grows with the largest number of threads that held it or waited at once, and is
-/// there for 8 from the start.
+/// While one thread alone uses the lock, one atomic exchange each way, a nested
+/// hold included. Otherwise each operation holds a short lock inside and finds the
+/// caller among the holders in constant time on average; only waiting enters the
+/// kernel. Memory grows with the largest number of threads that held the lock or
+/// waited at once, and is there for 8 from the start.
 class QVRSYSTEM_API QVRReadersWriterLock : public QVRSysIMutexLock {
  public:
   /// @throws std::bad_alloc.
@@ -91,6 +93,14 @@ class QVRSYSTEM_API QVRReadersWriterLock : public QVRSysIMutexLock {
     std::int32_t count = 0;                 // until they have looked again, woken ones included
   };
 
+  bool takeAlone(std::uint32_t self, std::int32_t firstHold) noexcept;
+  bool giveBackAlone(std::uint32_t self) noexcept;
+  void joinReaders(std::uint32_t self);
+  void becomeWriter(std::uint32_t self);
+  void leave(std::uint32_t self);
+  void enterTable() QVR_REQUIRES(monitor_);
+  void leaveTable() QVR_REQUIRES(monitor_);
+
   // These take the caller's identifier, or its entry once it is found.
   int findThread(const QVRSysThreadId& thread) const QVR_REQUIRES(monitor_);
   void addThread(const QVRSysThreadId& thread) QVR_REQUIRES(monitor_);
@@ -107,9 +117,13 @@ class QVRSYSTEM_API QVRReadersWriterLock : public QVRSysIMutexLock {
   std::unique_ptr<qvr::internal::HolderIndex> makeIndex(std::size_t entries) const
       QVR_REQUIRES(monitor_);
   void wait(Queue& queue) QVR_REQUIRES(monitor_);
-  qvr::internal::Waiter* giveBack() QVR_REQUIRES(monitor_);
+  qvr::internal::Waiter* giveBack(const QVRSysThreadId& thread) QVR_REQUIRES(monitor_);
   qvr::internal::Waiter* takeNext() QVR_REQUIRES(monitor_);
 
+  // While one thread at most holds the lock and none waits, that thread and its
+  // holds; otherwise a mark, and the fields below hold. Whoever holds the monitor
+  // sets the mark and takes it off.
+  qvr::internal::Atomic<std::uint64_t> word_{0};
   mutable QVRSysCriticalSection monitor_;
   Queue readers_ QVR_GUARDED_BY(monitor_);
   Queue writers_ QVR_GUARDED_BY(monitor_);

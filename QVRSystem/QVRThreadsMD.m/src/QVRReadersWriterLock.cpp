@@ -9,6 +9,7 @@
 #include "QVRSystem/internal/QVRThreadState.h"
 #include "QVRSystem/internal/QVRWaitList.h"
 
+using qvr::internal::currentThreadId;
 using qvr::internal::HolderIndex;
 using qvr::internal::ShortHold;
 using qvr::internal::ShortSectionPause;
@@ -25,7 +26,28 @@ constexpr int kNotOwnerLine = 265;
 // So many entries are there from the start, and are quickest to look through.
 constexpr std::size_t kFewHolders = 8;
 
-QVRSysThreadId currentThread() noexcept { return qvr::internal::currentThreadId(); }
+// The word where nobody holds the lock or waits for it, and where the table and the
+// queues say who does. Any other is the one thread that holds it, and its holds.
+constexpr std::uint64_t kFree = 0;
+constexpr std::uint64_t kInTable = ~std::uint64_t{0};
+
+// The count of a first hold.
+constexpr std::int32_t kRead = 1;
+constexpr std::int32_t kWrite = -1;
+
+std::uint64_t wordOf(std::uint32_t thread, std::int32_t count) {
+  return std::uint64_t{thread} << 32 | static_cast<std::uint32_t>(count);
+}
+
+std::uint32_t holderOf(std::uint64_t word) { return static_cast<std::uint32_t>(word >> 32); }
+
+std::int32_t countOf(std::uint64_t word) {
+  return static_cast<std::int32_t>(static_cast<std::uint32_t>(word));
+}
+
+// The lock count with one hold more or less of the kind that there is.
+std::int32_t deeper(std::int32_t count) { return count < 1 ? count - 1 : count + 1; }
+std::int32_t shallower(std::int32_t count) { return count < 1 ? count + 1 : count - 1; }
 
 }  // namespace
 
@@ -34,8 +56,13 @@ QVRReadersWriterLock::QVRReadersWriterLock() { holders_.reserve(kFewHolders); }
 QVRReadersWriterLock::~QVRReadersWriterLock() = default;
 
 void QVRReadersWriterLock::acquireRead() {
-  const QVRSysThreadId self = currentThread();
+  const std::uint32_t self = currentThreadId();
+  if (!takeAlone(self, kRead)) joinReaders(self);
+}
+
+void QVRReadersWriterLock::joinReaders(std::uint32_t self) {
   const ShortHold hold(monitor_);
+  enterTable();
   if (isNestedRead(self)) return;
   reserveEntry();
   while (lockCount_ < 0 || writers_.count > 0) wait(readers_);
@@ -44,8 +71,13 @@ void QVRReadersWriterLock::acquireRead() {
 }
 
 void QVRReadersWriterLock::acquireWrite() {
-  const QVRSysThreadId self = currentThread();
+  const std::uint32_t self = currentThreadId();
+  if (!takeAlone(self, kWrite)) becomeWriter(self);
+}
+
+void QVRReadersWriterLock::becomeWriter(std::uint32_t self) {
   const ShortHold hold(monitor_);
+  enterTable();
   if (isNestedWrite(self)) return;
   reserveEntry();
   while (lockCount_ != 0) wait(writers_);
@@ -56,27 +88,80 @@ void QVRReadersWriterLock::acquireWrite() {
 void QVRReadersWriterLock::acquire() { acquireWrite(); }
 
 void QVRReadersWriterLock::release() {
+  const std::uint32_t self = currentThreadId();
+  if (!giveBackAlone(self)) leave(self);
+}
+
+void QVRReadersWriterLock::leave(std::uint32_t self) {
   ShortHold hold(monitor_);
-  Waiter* const next = giveBack();
+  enterTable();
+  Waiter* const next = giveBack(self);
   hold.release();
   WaitList::wakeAll(next);
 }
 
 bool QVRReadersWriterLock::isLocked() const {
+  const std::uint64_t word = word_.load(std::memory_order_relaxed);
+  if (word != kInTable) return holderOf(word) == currentThreadId();
   const ShortHold hold(monitor_);
-  return findThread(currentThread()) >= 0;
+  return findThread(currentThreadId()) >= 0;
 }
 
 bool QVRReadersWriterLock::isReadLocked() const { return isLocked(); }
 
 bool QVRReadersWriterLock::isWriteLocked() const {
+  const std::uint64_t word = word_.load(std::memory_order_relaxed);
+  if (word != kInTable) return countOf(word) < 0 && holderOf(word) == currentThreadId();
   const ShortHold hold(monitor_);
-  return lockCount_ < 0 && findThread(currentThread()) >= 0;
+  return lockCount_ < 0 && findThread(currentThreadId()) >= 0;
 }
 
 int QVRReadersWriterLock::getNestingLevel() const {
+  // Pairs with those that free the word, as taking the monitor would.
+  const std::uint64_t word = word_.load(std::memory_order_acquire);
+  if (word != kInTable) return countOf(word);
   const ShortHold hold(monitor_);
   return lockCount_;
+}
+
+// Takes a hold if no other thread has one or waits; not one that must be refused.
+bool QVRReadersWriterLock::takeAlone(std::uint32_t self, std::int32_t firstHold) noexcept {
+  std::uint64_t seen = word_.load(std::memory_order_relaxed);
+  std::int32_t count = firstHold;
+  if (seen != kFree) {
+    const bool upgrades = firstHold == kWrite && countOf(seen) > 0;
+    if (holderOf(seen) != self || upgrades) return false;
+    count = deeper(countOf(seen));
+  }
+  // Pairs with giveBackAlone() and leaveTable(): what the last holder wrote is
+  // visible from here on.
+  return word_.compare_exchange_strong(seen, wordOf(self, count), std::memory_order_acquire,
+                                       std::memory_order_relaxed);
+}
+
+bool QVRReadersWriterLock::giveBackAlone(std::uint32_t self) noexcept {
+  std::uint64_t seen = word_.load(std::memory_order_relaxed);
+  if (holderOf(seen) != self) return false;
+  const std::int32_t count = shallower(countOf(seen));
+  return word_.compare_exchange_strong(seen, count == 0 ? kFree : wordOf(self, count),
+                                       std::memory_order_release, std::memory_order_relaxed);
+}
+
+// Moves what the word says into the table, which is empty then and so has room.
+void QVRReadersWriterLock::enterTable() {
+  if (word_.load(std::memory_order_relaxed) == kInTable) return;
+  // Pairs with giveBackAlone(): what the last holder wrote is visible.
+  const std::uint64_t word = word_.exchange(kInTable, std::memory_order_acquire);
+  if (word == kFree) return;
+  lockCount_ = countOf(word);
+  addThread(holderOf(word));
+  holders_.front().holds = std::abs(lockCount_);
+}
+
+// Nobody holds the lock any more; if nobody waits either, the word says so.
+void QVRReadersWriterLock::leaveTable() {
+  holders_.clear();
+  if (readers_.count + writers_.count == 0) word_.store(kFree, std::memory_order_release);
 }
 
 int QVRReadersWriterLock::findThread(const QVRSysThreadId& thread) const {
@@ -103,7 +188,7 @@ void QVRReadersWriterLock::removeThread(int entry) {
 bool QVRReadersWriterLock::isNestedRead(const QVRSysThreadId& thread) {
   const int entry = findThread(thread);
   if (entry < 0) return false;
-  lockCount_ += lockCount_ < 1 ? -1 : 1;
+  lockCount_ = deeper(lockCount_);
   ++holders_[static_cast<std::size_t>(entry)].holds;
   return true;
 }
@@ -121,7 +206,7 @@ bool QVRReadersWriterLock::isNestedWrite(const QVRSysThreadId& thread) {
 }
 
 bool QVRReadersWriterLock::isNestedRelease(int entry) {
-  lockCount_ += lockCount_ < 1 ? 1 : -1;
+  lockCount_ = shallower(lockCount_);
   return --holders_[static_cast<std::size_t>(entry)].holds > 0;
 }
 
@@ -179,12 +264,12 @@ void QVRReadersWriterLock::wait(Queue& queue) {
   --queue.count;
 }
 
-Waiter* QVRReadersWriterLock::giveBack() {
-  const int entry = findThread(currentThread());
+Waiter* QVRReadersWriterLock::giveBack(const QVRSysThreadId& thread) {
+  const int entry = findThread(thread);
   if (entry < 0) throw QVREInternalError(u" Illegal useage; Not Owner ", kSource, kNotOwnerLine);
   if (isNestedRelease(entry)) return nullptr;
   removeThread(entry);
-  if (lockCount_ == 0) holders_.clear();
+  if (lockCount_ == 0) leaveTable();
   return takeNext();
 }
 
