@@ -39,3 +39,42 @@ function(qvr_scheduled_library target)
   target_link_libraries(${target} PUBLIC QVRScheduler PRIVATE QVRWarnings)
   target_link_libraries(${target} INTERFACE $<LINK_ONLY:QVRSystem>)
 endfunction()
+
+# A program with scenarios in which one line of a shipped source is another: shows that
+# they find the mistake. In `planted_scenarios` stands the object library of the
+# scenarios, in `planted_library` that of the sources as they are.
+#
+#   qvr_planted_mistake(NAME IN <file below QVRSystem/> LINE <text> BECOMES <text>
+#                       FOUND_BY <text in the names of the scenarios>
+#                       [COMPILED_IN <sources that include the file, where it is a header>])
+function(qvr_planted_mistake name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "IN;LINE;BECOMES;FOUND_BY" "COMPILED_IN")
+  set(original ${PROJECT_SOURCE_DIR}/QVRSystem/${arg_IN})
+  set(folder ${PROJECT_BINARY_DIR}/scheduled/${name})
+  set(planted ${folder}/QVRSystem/${arg_IN})
+
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${original})
+  file(READ ${original} text)
+  string(FIND "${text}" "${arg_LINE}\n" first)
+  string(FIND "${text}" "${arg_LINE}\n" last REVERSE)
+  if(first EQUAL -1 OR NOT first EQUAL last)
+    message(FATAL_ERROR "The planted mistake ${name} replaces a line that is to be found once in "
+      "QVRSystem/${arg_IN}, and is not:\n  ${arg_LINE}\n"
+      "Plant it elsewhere (tests/scheduler/CMakeLists.txt).")
+  endif()
+  string(REPLACE "${arg_LINE}\n" "${arg_BECOMES}\n" text "${text}")
+  file(CONFIGURE OUTPUT ${planted} CONTENT "${text}" @ONLY)
+
+  # In front of the library, whose own object is not taken then.
+  if(arg_COMPILED_IN)
+    list(TRANSFORM arg_COMPILED_IN PREPEND ${PROJECT_SOURCE_DIR}/QVRSystem/ OUTPUT_VARIABLE sources)
+  else()
+    set(sources ${planted})
+  endif()
+  cmake_path(GET original PARENT_PATH neighbours)
+  add_executable(${name} ${sources} $<TARGET_OBJECTS:${planted_scenarios}>)
+  target_include_directories(${name} BEFORE PRIVATE ${folder})
+  target_include_directories(${name} PRIVATE ${neighbours})
+  target_link_libraries(${name} PRIVATE ${planted_library} QVRWarnings)
+  add_test(NAME Scheduler.${name} COMMAND ${name} --find --only ${arg_FOUND_BY})
+endfunction()

@@ -36,7 +36,6 @@ bool Execution::run(const std::function<void(Trial&)>& scenario, Strategy& strat
 void Execution::prepare(Strategy& strategy, std::uint32_t stepLimit) {
   strategy_ = &strategy;
   stepLimit_ = stepLimit;
-  firstSerial_ += kMaxThreads + 1;
   trace_.clear();
   failure_.clear();
   std::fill(std::begin(threads_), std::end(threads_), Thread());
@@ -267,8 +266,6 @@ void yieldToOthers() noexcept { Execution::instance().yieldToOthers(); }
 bool happensForNoReason() noexcept { return Execution::instance().happensForNoReason(); }
 
 std::uint32_t threadNumber() noexcept { return Execution::instance().current() + 1; }
-
-std::uint64_t threadSerial() noexcept { return Execution::instance().serial(); }
 
 std::uint32_t& shortSections() noexcept { return Execution::instance().shortSections(); }
 

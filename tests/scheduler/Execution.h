@@ -51,7 +51,6 @@ class Execution {
   void yieldToOthers();
   bool happensForNoReason() { return strategy_->happensForNoReason(); }
   unsigned current() const noexcept { return fibers_.current(); }
-  std::uint64_t serial() const noexcept { return firstSerial_ + current(); }
   std::uint32_t& shortSections() noexcept { return threads_[current()].shortSections; }
 
  private:
@@ -86,7 +85,6 @@ class Execution {
   Fibers fibers_;
   Strategy* strategy_ = nullptr;
   std::uint32_t stepLimit_ = 0;
-  std::uint64_t firstSerial_ = 0;
   Thread threads_[kMaxThreads + 1];  // the last stands for the caller
   ThreadSet alive_ = 0;              // those that have not ended
   ThreadSet awake_ = 0;              // those of them that do not sleep

@@ -6,13 +6,7 @@
 #include <memory>
 #include <utility>
 
-#if defined(__SANITIZE_ADDRESS__)
-#define QVR_SCHEDULER_UNDER_ASAN
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define QVR_SCHEDULER_UNDER_ASAN
-#endif
-#endif
+#include "scheduler/Sanitizer.h"
 
 #ifdef QVR_SCHEDULER_UNDER_ASAN
 #include <sanitizer/asan_interface.h>

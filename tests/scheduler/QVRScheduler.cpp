@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "QVRAssert.h"
+#include "scheduler/Crashes.h"
 #include "scheduler/Execution.h"
 #include "scheduler/SchedulingPoint.h"
 #include "scheduler/Strategy.h"
@@ -202,6 +203,7 @@ class Exploration {
   const Options& options_;
   Execution& execution_ = Execution::instance();
   const AssertionsOfSchedule assertions_;
+  const CrashesOfSchedule crashes_;
   Report report_;
 };
 

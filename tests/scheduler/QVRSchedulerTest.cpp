@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <csignal>
+#include <cstdlib>
 #include <exception>
 #include <set>
 #include <stdexcept>
@@ -14,6 +16,7 @@
 #include "QVRSystem/internal/QVRAtomic.h"
 #include "QVRSystem/internal/QVRThreadState.h"
 #include "QVRSystem/platform/QVRPlatformMutex.h"
+#include "scheduler/Sanitizer.h"
 #include "support/ScopedEnvironment.h"
 
 namespace {
@@ -419,6 +422,16 @@ TEST(QVRSchedulerTest, WhatGoesWrongInAThreadFails) {
   EXPECT_THAT(failureOf([] { ++qvr::scheduler::shortSections(); }),
               HasSubstr("thread: a thread ended inside a short section\n"));
 }
+
+// AddressSanitizer keeps crashes to itself.
+#ifndef QVR_SCHEDULER_UNDER_ASAN
+TEST(QVRSchedulerTest, CrashOfAThreadFails) {
+  EXPECT_THAT(failureOf([] { std::raise(SIGSEGV); }),
+              HasSubstr("thread: crashed: Segmentation fault\n"));
+  EXPECT_THAT(failureOf([]() noexcept { std::abort(); }), HasSubstr("thread: crashed: Aborted\n"));
+  EXPECT_EQ(failureOf([] {}), "");
+}
+#endif
 
 TEST(QVRSchedulerTest, WhatGoesWrongOutsideThreadsFails) {
   const auto failure = [](std::function<void(Trial&)> scenario) {

@@ -61,9 +61,6 @@ bool happensForNoReason() noexcept;
 /// where the caller is none of them.
 std::uint32_t threadNumber() noexcept;
 
-/// As threadNumber(), but no two schedules have a number in common.
-std::uint64_t threadSerial() noexcept;
-
 /// How many short sections the caller is inside.
 std::uint32_t& shortSections() noexcept;
 

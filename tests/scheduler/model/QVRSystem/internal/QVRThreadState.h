@@ -13,7 +13,7 @@ inline std::uint32_t currentThreadId() noexcept { return scheduler::threadNumber
 
 inline std::uint32_t refreshThreadId() noexcept { return currentThreadId(); }
 
-inline std::uint64_t currentThreadSerial() noexcept { return scheduler::threadSerial(); }
+inline std::uint64_t currentThreadSerial() noexcept { return scheduler::threadNumber(); }
 
 /// The scheduler fails a thread that ends inside one.
 class ShortSection {

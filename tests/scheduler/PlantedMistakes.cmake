@@ -1,0 +1,95 @@
+# One mistake after the other in the shipped sources of the locks; each is found.
+# Where a line of theirs has changed, the mistake is planted anew.
+set(recursive_lock_users
+  QVRThreadsMD.m/src/QVRSysCriticalSection.cpp
+  QVRThreadsMD.m/src/QVRSysFastMutexLock.cpp)
+set(wait_list_users
+  QVRThreadsMD.m/src/QVRReadersWriterLock.cpp
+  QVRThreadsMD.m/src/QVRSysCondition.cpp)
+set(planted_scenarios QVRLockScenarios)
+set(planted_library QVRScheduledLocks)
+
+# The fast mutex and the critical section.
+qvr_planted_mistake(PlantedContendedBitLost FOUND_BY QVRSysFastMutexLock/
+  IN internal/QVRRecursiveLock.cpp
+  LINE "  while (!takeFree(self | kContended)) {"
+  BECOMES "  while (!takeFree(self)) {")
+qvr_planted_mistake(PlantedSleepOnAFreeLock FOUND_BY QVRSysCriticalSection/
+  IN internal/QVRRecursiveLock.cpp
+  LINE "    waitWhile(word_, contended);"
+  BECOMES "    waitWhile(word_, word.load());")
+qvr_planted_mistake(PlantedWakeBeforeRelease FOUND_BY QVRSysFastMutexLock/
+  IN internal/QVRRecursiveLock.h COMPILED_IN ${recursive_lock_users}
+  LINE "    if ((word.exchange(kFree, std::memory_order_release) & kContended) != 0) wakeOne(address);"
+  BECOMES "    if ((word.load() & kContended) != 0) wakeOne(address);
+    word.store(kFree);")
+qvr_planted_mistake(PlantedReleaseByAnybody FOUND_BY QVRSysCriticalSection/
+  IN internal/QVRRecursiveLock.h COMPILED_IN ${recursive_lock_users}
+  LINE "    if (holderOf(word.load(std::memory_order_relaxed)) != currentThreadId()) return false;"
+  BECOMES "")
+qvr_planted_mistake(PlantedFirstUseForgetsHolds FOUND_BY QVRSysFastMutexLock/firstUseOfZeros
+  IN QVRThreadsMD.m/src/QVRSysFastMutexLock.cpp
+  LINE "  if (seen != kNotInitialised) RecursiveLock(native_).reset();"
+  BECOMES "  RecursiveLock(native_).reset();")
+
+# The mutex.
+qvr_planted_mistake(PlantedHolderForgottenTooLate FOUND_BY QVRSysMutexLock/
+  IN internal/QVRNativeMutex.cpp
+  LINE "  holder_.store(kNobody, std::memory_order_relaxed);"
+  BECOMES "")
+qvr_planted_mistake(PlantedEndOfHolderUntold FOUND_BY QVRSysMutexLock/holderEnds
+  IN internal/QVRNativeMutex.cpp
+  LINE "  return error == 0 ? Acquired::kFromNobody : Acquired::kFromEndedHolder;"
+  BECOMES "  return Acquired::kFromNobody;")
+
+# The condition.
+qvr_planted_mistake(PlantedReleaseBeforeTheQueue FOUND_BY QVRSysCondition/
+  IN QVRThreadsMD.m/src/QVRSysCondition.cpp
+  LINE "  append(self);
+  NativeMutex::release(lock_.native_);"
+  BECOMES "  NativeMutex::release(lock_.native_);
+  append(self);")
+qvr_planted_mistake(PlantedWaiterStaysInTheQueue FOUND_BY QVRSysCondition/signalGoesToTheLongestWaiting
+  IN internal/QVRWaitList.h COMPILED_IN ${wait_list_users}
+  LINE "    Waiter* const first = std::exchange(latest->next_, latest->next_->next_);"
+  BECOMES "    Waiter* const first = latest->next_;")
+qvr_planted_mistake(PlantedBroadcastToOne FOUND_BY QVRSysCondition/broadcastWakesThoseThatWait
+  IN QVRThreadsMD.m/src/QVRSysCondition.cpp
+  LINE "  WaitList::wakeAll(first);"
+  BECOMES "  if (first != nullptr) first->wake();")
+qvr_planted_mistake(PlantedWaitNotRepeated FOUND_BY QVRSysCondition/
+  IN internal/QVRWaitList.h COMPILED_IN ${wait_list_users}
+  LINE "    while (state.load(std::memory_order_acquire) == kWaiting) waitWhile(state_, kWaiting);"
+  BECOMES "    if (state.load(std::memory_order_acquire) == kWaiting) waitWhile(state_, kWaiting);")
+
+# The spin lock.
+qvr_planted_mistake(PlantedSpinLockSeenNotTaken FOUND_BY QVRSpinLock/
+  IN QVRThreadsMD.m/src/QVRSpinLock.cpp
+  LINE "  } while (!lock_.acquire());"
+  BECOMES "  } while (lock_.isLocked());")
+qvr_planted_mistake(PlantedSpinLockNeverYields FOUND_BY QVRSpinLock/exclusion
+  IN QVRThreadsMD.m/src/QVRSpinLock.cpp
+  LINE "    if (reads == SpinLimit) QVRSysThreadYield();"
+  BECOMES "")
+
+# The readers-writer lock.
+qvr_planted_mistake(PlantedReadersPassWaitingWriters FOUND_BY QVRReadersWriterLock/waitingWriterGoesFirst
+  IN QVRThreadsMD.m/src/QVRReadersWriterLock.cpp
+  LINE "  while (lockCount_ < 0 || writers_.count > 0) wait(readers_);"
+  BECOMES "  while (lockCount_ < 0) wait(readers_);")
+qvr_planted_mistake(PlantedWriterLooksOnce FOUND_BY QVRReadersWriterLock/
+  IN QVRThreadsMD.m/src/QVRReadersWriterLock.cpp
+  LINE "  while (lockCount_ != 0) wait(writers_);"
+  BECOMES "  if (lockCount_ != 0) wait(writers_);")
+qvr_planted_mistake(PlantedNestedReadWaits FOUND_BY QVRReadersWriterLock/readsAgainWhileAWriterWaits
+  IN QVRThreadsMD.m/src/QVRReadersWriterLock.cpp
+  LINE "  if (isNestedRead(self)) return;"
+  BECOMES "  if (writers_.count == 0 && isNestedRead(self)) return;")
+qvr_planted_mistake(PlantedUpgradeGranted FOUND_BY QVRReadersWriterLock/upgradeIsRefused
+  IN QVRThreadsMD.m/src/QVRReadersWriterLock.cpp
+  LINE "  if (lockCount_ >= 1) {"
+  BECOMES "  if (lockCount_ >= 2) {")
+qvr_planted_mistake(PlantedReadersLeftAsleep FOUND_BY QVRReadersWriterLock/
+  IN QVRThreadsMD.m/src/QVRReadersWriterLock.cpp
+  LINE "  return WaitList(readers_.list).takeAll();"
+  BECOMES "  return nullptr;")
