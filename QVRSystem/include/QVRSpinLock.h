@@ -28,10 +28,10 @@ class QVRSYSTEM_API QVRSpinLock : public QVRSysIMutexLock {
   QVRSpinLock(const QVRSpinLock&) = delete;
   QVRSpinLock& operator=(const QVRSpinLock&) = delete;
 
-  void acquire() noexcept override QVR_ACQUIRE() QVR_NO_THREAD_SAFETY_ANALYSIS {
+  void acquire() override QVR_ACQUIRE() QVR_NO_THREAD_SAFETY_ANALYSIS {
     if (!lock_.acquire()) acquireSlowly();
   }
-  void release() noexcept override QVR_RELEASE() QVR_NO_THREAD_SAFETY_ANALYSIS { lock_.release(); }
+  void release() override QVR_RELEASE() QVR_NO_THREAD_SAFETY_ANALYSIS { lock_.release(); }
 
   /// As acquire(): readers exclude each other too.
   void acquireRead() QVR_ACQUIRE() { acquire(); }

@@ -33,10 +33,10 @@ class QVRSYSTEM_API QVRSysCriticalSection : public QVRSysIMutexLock {
   QVRSysCriticalSection& operator=(const QVRSysCriticalSection&) = delete;
 
   /// Waits until no other thread holds the lock and holds it once more.
-  void acquire() noexcept override QVR_ACQUIRE();
+  void acquire() override QVR_ACQUIRE();
 
   /// Gives one hold back. Where the caller holds none, changes nothing.
-  void release() noexcept override QVR_RELEASE();
+  void release() override QVR_RELEASE();
 
   /// The native critical section within this object, as long as that lives.
   void* getNativeLock() const noexcept;

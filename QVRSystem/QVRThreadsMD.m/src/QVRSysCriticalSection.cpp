@@ -10,9 +10,9 @@ QVRSysCriticalSection::QVRSysCriticalSection(bool /*recursive*/) noexcept {
 
 QVRSysCriticalSection::~QVRSysCriticalSection() { QVRSysCriticalSection::finalize(); }
 
-void QVRSysCriticalSection::acquire() noexcept { RecursiveLock(native_).acquire(); }
+void QVRSysCriticalSection::acquire() { RecursiveLock(native_).acquire(); }
 
-void QVRSysCriticalSection::release() noexcept { RecursiveLock(native_).release(); }
+void QVRSysCriticalSection::release() { RecursiveLock(native_).release(); }
 
 void* QVRSysCriticalSection::getNativeLock() const noexcept { return &native_; }
 
