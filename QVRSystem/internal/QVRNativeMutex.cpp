@@ -50,6 +50,7 @@ class OrphanList {
     const OrphanSection section;
     for (int look = 0; look < kLooks && first_ != nullptr; ++look) {
       NativeMutex* const orphan = takeFirst();
+      orphan->followLastHolder();
       if (platform::closeMutex(orphan->mutex_) == 0) {
         delete orphan;
       } else {
@@ -95,6 +96,7 @@ int NativeMutex::create(NativeMutex*& made) noexcept {
 bool NativeMutex::close(NativeMutex* mutex) noexcept {
   if (mutex == nullptr) return false;
   if (mutex->isHeldByCaller()) platform::releaseMutex(mutex->mutex_);
+  mutex->followLastHolder();
   const int error = platform::closeMutex(mutex->mutex_);
   if (error == 0) {
     delete mutex;
@@ -114,20 +116,21 @@ bool NativeMutex::release(NativeMutex* mutex) noexcept {
 
 NativeMutex::Acquired NativeMutex::acquire() noexcept {
   if (isHeldByCaller()) {
-    ++depth_;
+    setDepth(depth_.load(std::memory_order_relaxed) + 1);
     return Acquired::kFromNobody;
   }
   const int error = platform::waitMutex(mutex_);
   if (error != 0 && error != EOWNERDEAD) return Acquired::kNot;
+  if (error == EOWNERDEAD) followLastHolder();
   holder_.store(currentThreadSerial(), std::memory_order_relaxed);
-  depth_ = 1;
+  setDepth(1);
   return error == 0 ? Acquired::kFromNobody : Acquired::kFromEndedHolder;
 }
 
 bool NativeMutex::release() noexcept {
   if (!isHeldByCaller()) return false;
-  if (depth_ > 1) {
-    --depth_;
+  if (const std::uint32_t depth = depth_.load(std::memory_order_relaxed); depth > 1) {
+    setDepth(depth - 1);
     return true;
   }
   // Until it is free and a waiter is awake.
@@ -141,5 +144,12 @@ bool NativeMutex::release() noexcept {
 bool NativeMutex::isHeldByCaller() const noexcept {
   return holder_.load(std::memory_order_relaxed) == currentThreadSerial();
 }
+
+void NativeMutex::setDepth(std::uint32_t depth) noexcept {
+  // Pairs with followLastHolder(): a holder writes nothing here after this.
+  depth_.store(depth, std::memory_order_release);
+}
+
+void NativeMutex::followLastHolder() const noexcept { depth_.load(std::memory_order_acquire); }
 
 }  // namespace qvr::internal

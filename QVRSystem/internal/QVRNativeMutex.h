@@ -57,10 +57,16 @@ class NativeMutex {
   Acquired acquire() noexcept;
   bool release() noexcept;
 
+  void setDepth(std::uint32_t depth) noexcept;
+
+  /// Makes visible what the last holder wrote here. One that ended, or whose end
+  /// nobody waits for, gave nothing back by which it would be.
+  void followLastHolder() const noexcept;
+
   // The serial number of the thread that holds it. That of one that ended means
   // nobody, since it is not used again; so no order is needed.
   Atomic<std::uint64_t> holder_ = 0;
-  std::uint32_t depth_ = 0;            // the holder's
+  Atomic<std::uint32_t> depth_ = 0;    // the holder's, which writes it last
   NativeMutex* nextOrphan_ = nullptr;  // the list's
   PlatformMutex mutex_;
 };
