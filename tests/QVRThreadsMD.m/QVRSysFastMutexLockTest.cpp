@@ -6,10 +6,12 @@
 
 #include <cstring>
 #include <future>
-#include <latch>
 #include <new>
 #include <thread>
-#include <vector>
+
+#include "support/EndingThreads.h"
+#include "support/LockStateMachine.h"
+#include "support/MutualExclusion.h"
 
 namespace {
 
@@ -40,28 +42,6 @@ struct RawStorage {
 
   alignas(Probe) unsigned char bytes[sizeof(Probe)];
 };
-
-/// Adds to one counter from several threads, each time under the lock.
-void expectMutualExclusion(QVRSysFastMutexLock& lock, int threads, int rounds) {
-  long counter = 0;
-  std::latch start(threads);
-  std::vector<std::thread> workers;
-  for (int i = 0; i < threads; ++i) {
-    workers.emplace_back([&] {
-      start.arrive_and_wait();
-      for (int round = 0; round < rounds; ++round) {
-        lock.acquire();
-        lock.acquire();
-        ++counter;
-        lock.release();
-        lock.release();
-      }
-    });
-  }
-  for (std::thread& worker : workers) worker.join();
-
-  EXPECT_EQ(counter, static_cast<long>(threads) * rounds) << threads << " threads";
-}
 
 TEST(QVRSysFastMutexLockTest, HeldUntilEveryHoldIsGivenBack) {
   QVRSysFastMutexLock lock;
@@ -109,10 +89,15 @@ TEST(QVRSysFastMutexLockTest, ReleaseByAnotherThreadChangesNothing) {
 }
 
 TEST(QVRSysFastMutexLockTest, OneThreadAtATime) {
-  for (const int threads : {2, 8, 64}) {
-    QVRSysFastMutexLock lock;
-    expectMutualExclusion(lock, threads, 64'000 / threads);
-  }
+  QVRSysFastMutexLock lock;
+  expectMutualExclusion(lock, {.depth = 2});
+}
+
+TEST(QVRSysFastMutexLockTest, FollowsItsModel) {
+  struct : Probe {
+    bool tryAcquire() { return tryAcquireNative(); }
+  } lock;
+  expectToFollowItsModel(lock, {});
 }
 
 TEST(QVRSysFastMutexLockTest, WorksInZerosBeforeItsConstructor) {
@@ -136,7 +121,7 @@ TEST(QVRSysFastMutexLockTest, FirstOperationInZerosMayBeARelease) {
 TEST(QVRSysFastMutexLockTest, SeveralThreadsMayMeetInZeros) {
   for (int round = 0; round < 100; ++round) {
     RawStorage raw(0);
-    expectMutualExclusion(raw.lock(), 2, 100);
+    expectMutualExclusion(raw.lock(), {.threads = {2}, .rounds = 200, .depth = 2});
   }
 }
 
@@ -172,7 +157,7 @@ TEST(QVRSysFastMutexLockTest, DestructorLeavesZerosThatTheNextUseInitialises) {
   // Everything behind the pointer to the virtual table.
   const unsigned char zeros[sizeof raw.bytes] = {};
   EXPECT_EQ(std::memcmp(raw.bytes + sizeof(void*), zeros, sizeof(std::uint32_t) * 3), 0);
-  expectMutualExclusion(raw.lock(), 2, 1000);
+  expectMutualExclusion(raw.lock(), {.threads = {2}, .rounds = 2000});
 }
 
 TEST(QVRSysFastMutexLockTest, ConstructorForgetsAnEarlierUse) {
@@ -209,11 +194,13 @@ TEST(QVRSysFastMutexLockTest, FinalizeForgetsEveryHoldAndMayBeRepeated) {
 }
 
 TEST(QVRSysFastMutexLockTest, StaysHeldWhenItsHolderEnds) {
-  QVRSysFastMutexLock lock;
+  for (const ThreadEnding& ending : threadEndings()) {
+    QVRSysFastMutexLock lock;
 
-  std::thread([&] { lock.acquire(); }).join();
+    ending.run([&] { lock.acquire(); });
 
-  EXPECT_FALSE(isFree(lock));
+    EXPECT_FALSE(isFree(lock)) << ending.name;
+  }
 }
 
 TEST(QVRSysFastMutexLockTest, NativeLockLiesWithinTheObject) {

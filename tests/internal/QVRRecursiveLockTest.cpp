@@ -7,6 +7,8 @@
 #include <thread>
 
 #include "QVRSystem/internal/QVRThreadState.h"
+#include "support/LockStateMachine.h"
+#include "support/MutualExclusion.h"
 
 namespace {
 
@@ -51,6 +53,26 @@ TEST(QVRRecursiveLockTest, NestsPastTheLargestSignedNumber) {
   storage[1] = 0;
   EXPECT_TRUE(lock.release());
   EXPECT_TRUE(triedByAnotherThread(lock));
+}
+
+TEST(QVRRecursiveLockTest, FollowsItsModel) {
+  RecursiveLockStorage storage = {};
+  RecursiveLock lock(storage);
+
+  expectToFollowItsModel(lock, {});
+
+  EXPECT_EQ(storage[0], 0u);
+  EXPECT_EQ(storage[1], 0u);
+}
+
+TEST(QVRRecursiveLockTest, OneThreadAtATime) {
+  RecursiveLockStorage storage = {};
+  RecursiveLock lock(storage);
+
+  expectMutualExclusion(lock, {.depth = 3});
+
+  EXPECT_EQ(storage[0], 0u);
+  EXPECT_EQ(storage[1], 0u);
 }
 
 TEST(QVRRecursiveLockTest, TwoThreadsThatTakeTurnsLoseNoWakeUp) {
