@@ -1,11 +1,20 @@
 #include "scheduler/Crashes.h"
 
 #include <cstring>
+#include <string>
 
 #include "scheduler/Execution.h"
 #include "scheduler/Sanitizer.h"
 
 namespace qvr::scheduler {
+
+#ifdef QVR_SCHEDULER_UNDER_ASAN
+
+// The sanitizer tells more of a crash than the steps do.
+CrashesOfSchedule::CrashesOfSchedule() : before_(), stackBefore_() {}
+CrashesOfSchedule::~CrashesOfSchedule() = default;
+
+#else
 
 namespace {
 
@@ -25,14 +34,6 @@ extern "C" void qvrSchedulerCrashed(int signal) {
 }
 
 }  // namespace
-
-#ifdef QVR_SCHEDULER_UNDER_ASAN
-
-// The sanitizer tells more of a crash than the steps do.
-CrashesOfSchedule::CrashesOfSchedule() : before_(), stackBefore_() {}
-CrashesOfSchedule::~CrashesOfSchedule() = default;
-
-#else
 
 CrashesOfSchedule::CrashesOfSchedule() {
   stack_t stack = {};

@@ -13,6 +13,10 @@ namespace {
 
 constexpr ThreadSet bit(unsigned thread) { return ThreadSet{1} << thread; }
 
+std::string escapedFrom(const char* thread, const char* what) {
+  return std::string("an exception left ") + thread + ": " + what;
+}
+
 }  // namespace
 
 Execution& Execution::instance() {
@@ -82,16 +86,18 @@ void Execution::threadMain(unsigned index) {
 }
 
 void Execution::runBody(unsigned index) {
+  const Trial::Thread& thread = trial_.threads_[index];
   std::string escaped;
   try {
-    trial_.threads_[index].body();
+    thread.body();
     return;
   } catch (const std::exception& exception) {
-    escaped = exception.what();
+    escaped = escapedFrom(thread.name, exception.what());
   } catch (...) {
-    escaped = "no std::exception";
+    escaped = escapedFrom(thread.name, "no std::exception");
   }
-  fail(std::string("an exception left ") + trial_.threads_[index].name + ": " + escaped);
+  // Behind the handler: a thread that fails does not come back to end it.
+  fail(std::move(escaped));
 }
 
 void Execution::end(unsigned index) {
@@ -110,8 +116,8 @@ void Execution::end(unsigned index) {
 void Execution::fail(std::string text) {
   if (failure_.empty()) failure_ = std::move(text);
   if (current() == Fibers::kCaller) return;
-  // What `text` held is gone with this stack, which nobody unwinds.
-  text = std::string();
+  // Nobody unwinds this stack: what `text` holds now would be lost with it.
+  std::string().swap(text);
   enter(Fibers::kCaller);
 }
 
