@@ -1,0 +1,41 @@
+// What tests look at inside a readers-writer lock.
+#pragma once
+
+#include "QVRReadersWriterLock.h"
+
+struct QVRReadersWriterLockTestAccess {
+  using Lock = QVRReadersWriterLock;
+
+  /// Whether the holds in the table are as many as the lock counts.
+  static bool isValid(const Lock& lock) {
+    const Monitor monitor(lock);
+    return lock.isValid();
+  }
+
+  /// Has the table say who holds the lock, as others that come have it.
+  static void enterTable(Lock& lock) {
+    const Monitor monitor(lock);
+    lock.enterTable();
+  }
+
+  /// The place of the thread in the table, which says who holds the lock from then
+  /// on; or -1.
+  static int findThread(Lock& lock, const QVRSysThreadId& thread) {
+    const Monitor monitor(lock);
+    lock.enterTable();
+    return lock.findThread(thread);
+  }
+
+ private:
+  class Monitor {
+   public:
+    explicit Monitor(const Lock& lock) : lock_(lock.getMonitor()) { lock_.acquire(); }
+    ~Monitor() { lock_.release(); }
+
+    Monitor(const Monitor&) = delete;
+    Monitor& operator=(const Monitor&) = delete;
+
+   private:
+    QVRSysCriticalSection& lock_;
+  };
+};
