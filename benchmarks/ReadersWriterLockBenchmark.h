@@ -10,7 +10,7 @@
 
 template <class Lock>
 void readPair(benchmark::State& state) {
-  static Guarded<Lock> guarded;
+  Guarded<Lock>& guarded = shared<Guarded<Lock>>();
   for (auto _ : state) {
     guarded.lock.lock_shared();
     benchmark::ClobberMemory();
@@ -21,7 +21,7 @@ void readPair(benchmark::State& state) {
 /// A read pair inside a read hold of the same thread.
 template <class Lock>
 void nestedRead(benchmark::State& state) {
-  static Guarded<Lock> guarded;
+  Guarded<Lock>& guarded = shared<Guarded<Lock>>();
   guarded.lock.lock_shared();
   for (auto _ : state) {
     guarded.lock.lock_shared();
@@ -34,7 +34,7 @@ void nestedRead(benchmark::State& state) {
 /// Threads of which each writes at every twentieth step and reads otherwise.
 template <class Lock>
 void mostlyRead(benchmark::State& state) {
-  static Guarded<Lock> guarded;
+  Guarded<Lock>& guarded = shared<Guarded<Lock>>();
   constexpr int kStepsPerWrite = 20;
   int step = state.thread_index() * kStepsPerWrite / state.threads();
   for (auto _ : state) {
