@@ -45,7 +45,7 @@ def readable(name):
 def is_own(name, prefix):
     """Whether the name itself is the library's, or that of an operator on its classes."""
     head = re.sub(r"[<(].*", "", name)
-    return "std::" not in head and prefix in (name if head.startswith("operator") else head)
+    return "std::" not in head and prefix in (name if head.startswith("operator") else head).upper()
 
 
 def check(library, prefix, build, write):

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "QVRRecursiveLock.h"
 #include "QVRSysIMutexLock.h"
 #include "QVRSystemExport.h"
 #include "QVRThreadAnnotations.h"
@@ -33,13 +34,13 @@ class QVRSYSTEM_API QVRSysCriticalSection : public QVRSysIMutexLock {
   QVRSysCriticalSection& operator=(const QVRSysCriticalSection&) = delete;
 
   /// Waits until no other thread holds the lock and holds it once more.
-  void acquire() override QVR_ACQUIRE();
+  void acquire() override QVR_ACQUIRE() { qvr::internal::RecursiveLock(native_).acquire(); }
 
   /// Gives one hold back. Where the caller holds none, changes nothing.
-  void release() override QVR_RELEASE();
+  void release() override QVR_RELEASE() { qvr::internal::RecursiveLock(native_).release(); }
 
   /// The native critical section within this object, as long as that lives.
-  void* getNativeLock() const noexcept;
+  void* getNativeLock() const noexcept { return &native_; }
 
  protected:
   /// Makes the native critical section free, whoever held it.
@@ -51,5 +52,5 @@ class QVRSYSTEM_API QVRSysCriticalSection : public QVRSysIMutexLock {
  private:
   friend class qvr::internal::ShortHold;  // takes it without a call
 
-  mutable std::uint32_t native_[2] = {};  // a qvr::internal::RecursiveLock
+  mutable qvr::internal::RecursiveLockStorage native_ = {};
 };

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "QVRAtomicAccess.h"
+#include "QVRRecursiveLock.h"
 #include "QVRSystemExport.h"
 #include "QVRThreadAnnotations.h"
 
@@ -37,30 +39,48 @@ class QVRSYSTEM_API QVR_CAPABILITY("mutex") QVRSysFastMutexLock {
   QVRSysFastMutexLock& operator=(const QVRSysFastMutexLock&) = delete;
 
   /// Waits until no other thread holds the lock and holds it once more.
-  void acquire() noexcept QVR_ACQUIRE();
+  void acquire() noexcept QVR_ACQUIRE() {
+    initialize();
+    qvr::internal::RecursiveLock(native_).acquire();
+  }
 
   /// Gives one hold back. Where the caller holds none, changes nothing.
-  void release() noexcept QVR_RELEASE();
+  void release() noexcept QVR_RELEASE() {
+    initialize();
+    qvr::internal::RecursiveLock(native_).release();
+  }
 
   /// The native lock within this object, as long as that lives.
-  void* getNativeLock() const noexcept;
+  void* getNativeLock() const noexcept { return &native_; }
 
  protected:
   /// Initialises the native lock unless that is done.
-  void initialize() noexcept;
+  void initialize() noexcept {
+    const std::uint32_t seen = State(state_).load(std::memory_order_relaxed);
+    if (seen != kInitialised) [[unlikely]]
+      initializeFrom(seen);
+  }
 
   /// Deletes the native lock if it was ever initialised.
   void finalize() noexcept;
 
   /// Takes the lock if no other thread holds it; never waits and never
   /// initialises. @return whether the caller holds it now.
-  bool tryAcquireNative() noexcept QVR_TRY_ACQUIRE(true);
+  bool tryAcquireNative() noexcept QVR_TRY_ACQUIRE(true) {
+    return qvr::internal::RecursiveLock(native_).tryAcquire();
+  }
 
  private:
-  void start() noexcept;
+  using State = qvr::internal::AtomicRef<std::uint32_t>;
 
-  std::uint32_t state_;              // kInitialised, or else not initialised
-  mutable std::uint32_t native_[2];  // a qvr::internal::RecursiveLock
+  static constexpr std::uint32_t kNotInitialised = 0;
+  static constexpr std::uint32_t kInitialised = 0xFACE0001;
+
+  void start() noexcept;
+  void initializeFrom(std::uint32_t seen) noexcept;
+
+  std::uint32_t state_;  // kInitialised, or else not initialised
+  mutable qvr::internal::RecursiveLockStorage native_;
 };
 
 /// Holds a fast mutex for a scope, or for as much of it as acquire() and

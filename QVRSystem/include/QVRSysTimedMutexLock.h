@@ -17,5 +17,5 @@ class QVRSYSTEM_API QVRSysTimedMutexLock : public QVRSysFastMutexLock,
 
   /// Takes the lock unless another thread holds it; a thread that holds it
   /// already holds it once more. Unlike acquire(), never initialises.
-  bool tryAcquire() override QVR_TRY_ACQUIRE(true);
+  bool tryAcquire() override QVR_TRY_ACQUIRE(true) { return tryAcquireNative(); }
 };

@@ -1,7 +1,7 @@
 // The locks that are free and consistent in the child of a fork.
 #pragma once
 
-#include "QVRSystem/internal/QVRRecursiveLock.h"
+#include "QVRRecursiveLock.h"
 
 namespace qvr::internal {
 

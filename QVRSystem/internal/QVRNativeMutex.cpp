@@ -3,8 +3,8 @@
 #include <cerrno>
 #include <new>
 
+#include "QVRRecursiveLock.h"
 #include "QVRSystem/internal/QVRFork.h"
-#include "QVRSystem/internal/QVRRecursiveLock.h"
 #include "QVRSystem/internal/QVRThreadState.h"
 
 namespace qvr::internal {

@@ -1,46 +1,46 @@
-#include "QVRSystem/internal/QVRRecursiveLock.h"
+#include "QVRRecursiveLock.h"
+
+#include "QVRSystem/internal/QVRAtomic.h"
+#include "QVRSystem/internal/QVRThreadState.h"
 
 namespace qvr::internal {
 
-bool RecursiveLock::tryAcquire() noexcept {
-  const std::uint32_t self = currentThreadId();
-  if (takeFree(self)) return true;
-  if (holderOf(AtomicWord(word_).load(std::memory_order_relaxed)) != self) return false;
-  ++depth_;
-  return true;
+void RecursiveLock::acquireSlowly(RecursiveLockStorage& storage) noexcept {
+  RecursiveLock lock(storage);
+  // Whoever has slept takes the lock as contended: others may sleep still.
+  while (lock.word().exchange(kContended, std::memory_order_acquire) != kFree) {
+    waitWhile(storage[0], kContended);
+  }
+  lock.holder().store(currentThreadId(), std::memory_order_relaxed);
 }
 
-void RecursiveLock::acquireSlowly(std::uint32_t self) noexcept {
-  const AtomicWord word(word_);
-  std::uint32_t seen = word.load(std::memory_order_relaxed);
-  if (holderOf(seen) == self) {
-    ++depth_;
-    return;
-  }
-  // Whoever has slept takes the lock with the bit set: others may sleep still.
-  while (!takeFree(self | kContended)) {
-    seen = word.load(std::memory_order_relaxed);
-    if (seen == kFree) continue;
-    const std::uint32_t contended = seen | kContended;
-    if (seen != contended &&
-        !word.compare_exchange_weak(seen, contended, std::memory_order_relaxed)) {
-      continue;
-    }
-    waitWhile(word_, contended);
-  }
+bool RecursiveLock::tryAcquireSlowly(RecursiveLockStorage& storage) noexcept {
+  if (knownThreadId() != kUnknownThreadId) return false;
+  currentThreadId();
+  return RecursiveLock(storage).takeFree();
+}
+
+void RecursiveLock::releaseContended(RecursiveLockStorage& storage) noexcept {
+  // Until a waiter is awake: nobody else wakes those of a lock that is free.
+  const ShortSection section;
+  // From the exchange on the lock may be taken, given back and destroyed by
+  // others: waking needs its address only.
+  std::uint32_t* const word = &storage[0];
+  if (AtomicWord(*word).exchange(kFree, std::memory_order_release) == kContended) wakeOne(word);
 }
 
 void RecursiveLock::reset() noexcept {
   // Atomic stores, which stay where they are also in a destructor whose object
   // nobody seems to look at afterwards.
-  AtomicWord(depth_).store(0, std::memory_order_relaxed);
-  AtomicWord(word_).store(kFree, std::memory_order_release);
+  depth().store(0, std::memory_order_relaxed);
+  holder().store(kNobody, std::memory_order_relaxed);
+  word().store(kFree, std::memory_order_release);
 }
 
 void RecursiveLock::restamp(std::uint32_t from, std::uint32_t to) noexcept {
-  const AtomicWord word(word_);
-  const std::uint32_t seen = word.load(std::memory_order_relaxed);
-  if (holderOf(seen) == from) word.store(to | (seen & kContended), std::memory_order_relaxed);
+  if (holder().load(std::memory_order_relaxed) == from) {
+    holder().store(to, std::memory_order_relaxed);
+  }
 }
 
 }  // namespace qvr::internal

@@ -5,13 +5,13 @@
 
 namespace qvr::internal {
 
+constinit thread_local std::uint32_t cachedThreadId = kUnknownThreadId;
 constinit thread_local ThreadState threadState;
 
 std::uint32_t refreshThreadId() noexcept {
   std::uint32_t id = 0;
   platform::threadId(id);
-  threadState.id = id;
-  return id;
+  return cachedThreadId = id;
 }
 
 std::uint64_t makeThreadSerial() noexcept {

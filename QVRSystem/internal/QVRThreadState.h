@@ -4,15 +4,16 @@
 #include <cstdint>
 #include <utility>
 
+#include "QVRThreadIdAccess.h"
+
 namespace qvr::internal {
 
 struct ThreadState {
-  std::uint32_t id = 0;             // the kernel's; 0 until first asked for
   std::uint32_t shortSections = 0;  // how many the thread is inside
   std::uint64_t serial = 0;         // its number in the process; 0 until first asked for
 };
 
-// Initial-exec: one instruction to reach, and safe to read in a signal handler.
+// Initial-exec: one read to reach, and safe to read in a signal handler.
 extern constinit thread_local ThreadState threadState __attribute__((tls_model("initial-exec")));
 
 /// Asks the kernel and keeps the answer.
@@ -21,8 +22,8 @@ std::uint32_t refreshThreadId() noexcept;
 /// The kernel's identifier of the calling thread; never 0, right again in the
 /// child of a fork.
 inline std::uint32_t currentThreadId() noexcept {
-  const std::uint32_t id = threadState.id;
-  return id != 0 ? id : refreshThreadId();
+  const std::uint32_t id = knownThreadId();
+  return id != kUnknownThreadId ? id : refreshThreadId();
 }
 
 /// Numbers the calling thread and keeps the number.

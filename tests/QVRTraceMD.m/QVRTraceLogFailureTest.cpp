@@ -9,7 +9,7 @@
 #include <string>
 #include <thread>
 
-#include "QVRSystem/internal/QVRRecursiveLock.h"
+#include "QVRRecursiveLock.h"
 #include "QVRSystem/internal/QVRThreadState.h"
 #include "QVRTraceCall.h"
 #include "QVRTraceLog.h"

@@ -1,5 +1,5 @@
 // The lock beneath the fast mutex: depth, hand-over, passing it to another identifier.
-#include "QVRSystem/internal/QVRRecursiveLock.h"
+#include "QVRRecursiveLock.h"
 
 #include <gtest/gtest.h>
 
@@ -116,8 +116,9 @@ TEST(QVRRecursiveLockTest, ResetForgetsAnotherThreadsHold) {
 }
 
 TEST(QVRRecursiveLockTest, RestampPassesEveryHold) {
+  constexpr std::uint32_t kHeld = 1;
   constexpr std::uint32_t kParent = 77;
-  RecursiveLockStorage storage = {kParent, 1};
+  RecursiveLockStorage storage = {kHeld, 1, kParent};
   RecursiveLock lock(storage);
 
   lock.restamp(kParent + 1, currentThreadId());

@@ -12,6 +12,7 @@
 
 namespace {
 
+using qvr::internal::cachedThreadId;
 using qvr::internal::currentThreadSerial;
 using qvr::internal::ShortSection;
 using qvr::internal::threadState;
@@ -29,10 +30,10 @@ TEST(QVRThreadStateTest, ShortSectionsNestAndBelongToTheirThread) {
 
 TEST(QVRThreadStateTest, RefreshingFindsTheSameIdentifierAgain) {
   const std::uint32_t id = qvr::internal::currentThreadId();
-  threadState.id = 0;
+  cachedThreadId = qvr::internal::kUnknownThreadId;
 
   EXPECT_EQ(qvr::internal::currentThreadId(), id);
-  EXPECT_EQ(threadState.id, id);
+  EXPECT_EQ(cachedThreadId, id);
 }
 
 TEST(QVRThreadStateTest, SerialNumberIsTheThreadsOwnForGood) {

@@ -1,8 +1,5 @@
 # One mistake after the other in the shipped sources of the locks; each is found.
 # Where a line of theirs has changed, the mistake is planted anew.
-set(recursive_lock_users
-  QVRThreadsMD.m/src/QVRSysCriticalSection.cpp
-  QVRThreadsMD.m/src/QVRSysFastMutexLock.cpp)
 set(wait_list_users
   QVRThreadsMD.m/src/QVRReadersWriterLock.cpp
   QVRThreadsMD.m/src/QVRSysCondition.cpp)
@@ -10,27 +7,27 @@ set(planted_scenarios QVRLockScenarios)
 set(planted_library QVRScheduledLocks)
 
 # The fast mutex and the critical section.
-qvr_planted_mistake(PlantedContendedBitLost FOUND_BY QVRSysFastMutexLock/
+qvr_planted_mistake(PlantedSleepersForgotten FOUND_BY QVRSysFastMutexLock/
   IN internal/QVRRecursiveLock.cpp
-  LINE "  while (!takeFree(self | kContended)) {"
-  BECOMES "  while (!takeFree(self)) {")
+  LINE "  while (lock.word().exchange(kContended, std::memory_order_acquire) != kFree) {"
+  BECOMES "  while (lock.word().exchange(kHeld, std::memory_order_acquire) != kFree) {")
 qvr_planted_mistake(PlantedSleepOnAFreeLock FOUND_BY QVRSysCriticalSection/
   IN internal/QVRRecursiveLock.cpp
-  LINE "    waitWhile(word_, contended);"
-  BECOMES "    waitWhile(word_, word.load());")
+  LINE "    waitWhile(storage[0], kContended);"
+  BECOMES "    waitWhile(storage[0], lock.word().load());")
 qvr_planted_mistake(PlantedWakeBeforeRelease FOUND_BY QVRSysFastMutexLock/
-  IN internal/QVRRecursiveLock.h COMPILED_IN ${recursive_lock_users}
-  LINE "    if ((word.exchange(kFree, std::memory_order_release) & kContended) != 0) wakeOne(address);"
-  BECOMES "    if ((word.load() & kContended) != 0) wakeOne(address);
-    word.store(kFree);")
-qvr_planted_mistake(PlantedReleaseByAnybody FOUND_BY QVRSysCriticalSection/
-  IN internal/QVRRecursiveLock.h COMPILED_IN ${recursive_lock_users}
-  LINE "    if (holderOf(word.load(std::memory_order_relaxed)) != currentThreadId()) return false;"
+  IN internal/QVRRecursiveLock.cpp
+  LINE "  if (AtomicWord(*word).exchange(kFree, std::memory_order_release) == kContended) wakeOne(word);"
+  BECOMES "  if (AtomicWord(*word).load() == kContended) wakeOne(word);
+  AtomicWord(*word).store(kFree);")
+qvr_planted_mistake(PlantedHolderNotNoted FOUND_BY QVRSysCriticalSection/
+  IN internal/QVRRecursiveLock.cpp
+  LINE "  lock.holder().store(currentThreadId(), std::memory_order_relaxed);"
   BECOMES "")
 qvr_planted_mistake(PlantedFirstUseForgetsHolds FOUND_BY QVRSysFastMutexLock/firstUseOfZeros
   IN QVRThreadsMD.m/src/QVRSysFastMutexLock.cpp
   LINE "  if (seen != kNotInitialised) RecursiveLock(native_).reset();"
-  BECOMES "  RecursiveLock(native_).reset();")
+  BECOMES "  if (seen != kInitialised) RecursiveLock(native_).reset();")
 
 # The mutex.
 qvr_planted_mistake(PlantedHolderForgottenTooLate FOUND_BY QVRSysMutexLock/

@@ -5,9 +5,9 @@
 #include <string_view>
 
 #include "QVRLocalTime.h"
+#include "QVRRecursiveLock.h"
 #include "QVRStrftime.h"
 #include "QVRSystem/internal/QVRFork.h"
-#include "QVRSystem/internal/QVRRecursiveLock.h"
 #include "QVRSystem/internal/QVRThreadState.h"
 #include "QVRSystem/platform/QVRPlatformClock.h"
 

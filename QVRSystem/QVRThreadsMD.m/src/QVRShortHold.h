@@ -1,8 +1,8 @@
 // Short critical sections of the thread classes.
 #pragma once
 
+#include "QVRRecursiveLock.h"
 #include "QVRSysCriticalSection.h"
-#include "QVRSystem/internal/QVRRecursiveLock.h"
 #include "QVRSystem/internal/QVRThreadState.h"
 #include "QVRThreadAnnotations.h"
 

@@ -1,7 +1,5 @@
 #include "QVRSysCriticalSection.h"
 
-#include "QVRSystem/internal/QVRRecursiveLock.h"
-
 using qvr::internal::RecursiveLock;
 
 QVRSysCriticalSection::QVRSysCriticalSection(bool /*recursive*/) noexcept {
@@ -9,12 +7,6 @@ QVRSysCriticalSection::QVRSysCriticalSection(bool /*recursive*/) noexcept {
 }
 
 QVRSysCriticalSection::~QVRSysCriticalSection() { QVRSysCriticalSection::finalize(); }
-
-void QVRSysCriticalSection::acquire() { RecursiveLock(native_).acquire(); }
-
-void QVRSysCriticalSection::release() { RecursiveLock(native_).release(); }
-
-void* QVRSysCriticalSection::getNativeLock() const noexcept { return &native_; }
 
 void QVRSysCriticalSection::initialize() noexcept { RecursiveLock(native_).reset(); }
 

@@ -1,17 +1,6 @@
 #include "QVRSysFastMutexLock.h"
 
-#include "QVRSystem/internal/QVRAtomic.h"
-#include "QVRSystem/internal/QVRRecursiveLock.h"
-
-namespace {
-
-using qvr::internal::AtomicWord;
 using qvr::internal::RecursiveLock;
-
-constexpr std::uint32_t kNotInitialised = 0;
-constexpr std::uint32_t kInitialised = 0xFACE0001;
-
-}  // namespace
 
 QVRSysFastMutexLock::QVRSysFastMutexLock() noexcept { start(); }
 
@@ -20,40 +9,20 @@ QVRSysFastMutexLock::QVRSysFastMutexLock(QVRStaticObject) noexcept { start(); }
 QVRSysFastMutexLock::~QVRSysFastMutexLock() { QVRSysFastMutexLock::finalize(); }
 
 void QVRSysFastMutexLock::start() noexcept {
-  AtomicWord(state_).store(kNotInitialised, std::memory_order_relaxed);
+  State(state_).store(kNotInitialised, std::memory_order_relaxed);
   RecursiveLock(native_).reset();
-  AtomicWord(state_).store(kInitialised, std::memory_order_release);
+  State(state_).store(kInitialised, std::memory_order_release);
 }
 
-void QVRSysFastMutexLock::acquire() noexcept {
-  initialize();
-  RecursiveLock(native_).acquire();
-}
-
-void QVRSysFastMutexLock::release() noexcept {
-  initialize();
-  RecursiveLock(native_).release();
-}
-
-bool QVRSysFastMutexLock::tryAcquireNative() noexcept {
-  return RecursiveLock(native_).tryAcquire();
-}
-
-void* QVRSysFastMutexLock::getNativeLock() const noexcept { return &native_; }
-
-void QVRSysFastMutexLock::initialize() noexcept {
-  const AtomicWord state(state_);
-  const std::uint32_t seen = state.load(std::memory_order_relaxed);
-  if (seen == kInitialised) [[likely]]
-    return;
+void QVRSysFastMutexLock::initializeFrom(std::uint32_t seen) noexcept {
   // The zeros beside a zero state are a free lock already, and perhaps taken by
   // another thread that met them first: they stay untouched.
   if (seen != kNotInitialised) RecursiveLock(native_).reset();
-  state.store(kInitialised, std::memory_order_relaxed);
+  State(state_).store(kInitialised, std::memory_order_relaxed);
 }
 
 void QVRSysFastMutexLock::finalize() noexcept {
-  const AtomicWord state(state_);
+  const State state(state_);
   if (state.load(std::memory_order_relaxed) == kNotInitialised) return;
   state.store(kNotInitialised, std::memory_order_relaxed);
   RecursiveLock(native_).reset();

@@ -3,5 +3,3 @@
 QVRSysTimedMutexLock::QVRSysTimedMutexLock() noexcept = default;
 
 QVRSysTimedMutexLock::~QVRSysTimedMutexLock() = default;
-
-bool QVRSysTimedMutexLock::tryAcquire() { return tryAcquireNative(); }
