@@ -36,10 +36,10 @@ class Trial {
   /// and goes before what was made earlier.
   template <class T, class... Arguments>
   T& make(Arguments&&... arguments) {
-    auto object = std::make_shared<T>(std::forward<Arguments>(arguments)...);
-    T& result = *object;
-    owned_.push_back(std::move(object));
-    return result;
+    auto owned = std::make_unique<OwnedObject<T>>(std::forward<Arguments>(arguments)...);
+    T& object = owned->object;
+    owned_.push_back(std::move(owned));
+    return object;
   }
 
   /// Adds a thread, up to 8. They are numbered from 1, which is also the thread
@@ -69,6 +69,16 @@ class Trial {
   friend class Execution;
   friend class Exploration;
 
+  struct Owned {
+    virtual ~Owned() = default;
+  };
+  template <class T>
+  struct OwnedObject final : Owned {
+    template <class... Arguments>
+    explicit OwnedObject(Arguments&&... arguments)
+        : object(std::forward<Arguments>(arguments)...) {}
+    T object;
+  };
   struct Thread {
     const char* name;
     std::function<void()> body;
@@ -92,7 +102,7 @@ class Trial {
   std::vector<std::function<void()>> checks_;
   std::function<void(const Assertion&)> assertionHandler_;
   std::vector<Label> labels_;
-  std::vector<std::shared_ptr<void>> owned_;
+  std::vector<std::unique_ptr<Owned>> owned_;
 };
 
 /// Fails the schedule with the text unless the condition holds. In set-up,

@@ -221,7 +221,7 @@ TEST(QVRSchedulerTest, WakeUpBeforeTheWaitIsLost) {
   const Report report = explore(
       "wake-up",
       [](Trial& trial) {
-        auto& word = trial.make<std::uint32_t>(0);
+        auto& word = trial.make<std::uint32_t>();
         auto& ready = trial.make<Atomic<bool>>(false);
         trial.label(word, "word");
         trial.thread("waiter", [&] {
@@ -241,7 +241,7 @@ TEST(QVRSchedulerTest, WaitSleepsOnlyWhileItsWordHoldsWhatIsExpected) {
   const Report report = explore(
       "wait",
       [](Trial& trial) {
-        auto& word = trial.make<std::uint32_t>(0);
+        auto& word = trial.make<std::uint32_t>();
         trial.thread("waiter", [&] {
           while (AtomicWord(word).load() == 0) waitWhile(word, 0);
         });
@@ -262,7 +262,7 @@ TEST(QVRSchedulerTest, AnySleeperMayBeTheOneThatIsWoken) {
   const Report report = explore(
       "wake",
       [&orders](Trial& trial) {
-        auto& word = trial.make<std::uint32_t>(0);
+        auto& word = trial.make<std::uint32_t>();
         auto& order = trial.make<Order>();
         for (const char* name : {"A", "B"}) {
           trial.thread(name, [&word, &order, name] {
@@ -287,7 +287,7 @@ TEST(QVRSchedulerTest, IdleThreadRunsWhenTheOthersSleepOrHaveEnded) {
   const Report report = explore(
       "idle",
       [](Trial& trial) {
-        auto& word = trial.make<std::uint32_t>(0);
+        auto& word = trial.make<std::uint32_t>();
         auto& ended = trial.make<Atomic<int>>(0);
         trial.idleThread("idle", [&] {
           require(ended.load() == 1, "it ran too early");
@@ -344,7 +344,7 @@ TEST(QVRSchedulerTest, SpinningThatLetsNobodyRunPassesTheStepLimit) {
 
 TEST(QVRSchedulerTest, NoiseEndsWaitsAndFailsWeakExchanges) {
   const auto wait = [](Trial& trial) {
-    auto& word = trial.make<std::uint32_t>(0);
+    auto& word = trial.make<std::uint32_t>();
     trial.thread("waiter", [&] {
       waitWhile(word, 0);
       require(AtomicWord(word).load() != 0, "nobody woke it");
