@@ -35,20 +35,20 @@ class QVRSYSTEM_API QVRSysCondition : public QVRSysICondition {
 
   /// Wakes the thread that has waited longest, if one waits. With the mutex held
   /// or without.
-  void signal() noexcept override;
+  void signal() override;
 
   /// Wakes every thread that waits now, and waits for none of them to run. To be
   /// called with the mutex held.
-  void signalAll() noexcept override;
+  void signalAll() override;
 
   /// Gives one hold of the mutex back, sleeps until signalled, and takes the hold
   /// again: a caller that held it several times keeps it from others meanwhile.
   /// Takes over, without a report, a mutex whose holder ended. To be called with
   /// the mutex held.
-  void wait() noexcept override;
+  void wait() override;
 
   /// The mutex given to the constructor.
-  QVRSysIMutexLock* getLock() const noexcept override;
+  QVRSysIMutexLock* getLock() const override;
 
  private:
   void append(qvr::internal::Waiter& waiter) noexcept;

@@ -10,7 +10,7 @@ using qvr::internal::ShortHold;
 using qvr::internal::Waiter;
 using qvr::internal::WaitList;
 
-void QVRSysCondition::signal() noexcept {
+void QVRSysCondition::signal() {
   if (WaitList(waiters_).isEmpty()) return;
   ShortHold hold(queueLock_);
   Waiter* const first = WaitList(waiters_).takeFirst();
@@ -18,7 +18,7 @@ void QVRSysCondition::signal() noexcept {
   if (first != nullptr) first->wake();
 }
 
-void QVRSysCondition::signalAll() noexcept {
+void QVRSysCondition::signalAll() {
   if (WaitList(waiters_).isEmpty()) return;
   ShortHold hold(queueLock_);
   Waiter* const first = WaitList(waiters_).takeAll();
@@ -26,7 +26,7 @@ void QVRSysCondition::signalAll() noexcept {
   WaitList::wakeAll(first);
 }
 
-void QVRSysCondition::wait() noexcept {
+void QVRSysCondition::wait() {
   Waiter self;
   append(self);
   NativeMutex::release(lock_.native_);
@@ -34,7 +34,7 @@ void QVRSysCondition::wait() noexcept {
   NativeMutex::acquire(lock_.native_);
 }
 
-QVRSysIMutexLock* QVRSysCondition::getLock() const noexcept { return &lock_; }
+QVRSysIMutexLock* QVRSysCondition::getLock() const { return &lock_; }
 
 void QVRSysCondition::append(Waiter& waiter) noexcept {
   const ShortHold hold(queueLock_);
