@@ -39,7 +39,7 @@ class QVRSYSTEM_API QVRSpinLock : public QVRSysIMutexLock {
   void acquireWrite() QVR_ACQUIRE() { acquire(); }
 
  protected:
-  /// How many processors are on line.
+  /// How many processors are on line; 1 where the system does not tell.
   static std::uint64_t GetNumProcessors() noexcept;
 
   /// How often to read before yielding: 4000, but once on a machine with one

@@ -8,6 +8,8 @@
 #include <thread>
 #include <type_traits>
 
+#include "support/LockStateMachine.h"
+
 namespace {
 
 bool triedByAnotherThread(QVRSysITimedMutexLock& lock) {
@@ -37,6 +39,11 @@ TEST(QVRSysTimedMutexLockTest, TheHolderHoldsItOnceMore) {
   EXPECT_FALSE(triedByAnotherThread(lock));
   lock.release();
   EXPECT_TRUE(triedByAnotherThread(lock));
+}
+
+TEST(QVRSysTimedMutexLockTest, FollowsItsModel) {
+  QVRSysTimedMutexLock lock;
+  expectToFollowItsModel(lock, {});
 }
 
 TEST(QVRSysTimedMutexLockTest, TryingDoesNotInitialise) {
