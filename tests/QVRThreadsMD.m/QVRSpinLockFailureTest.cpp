@@ -61,7 +61,7 @@ TEST(QVRSpinLockFailureTest, FreeLockIsTakenWithoutYielding) {
 }
 
 TEST(QVRSpinLockFailureTest, YieldsAgainAndAgainWhereverTheLimitIsReached) {
-  for (const std::uint64_t reads : {0, 1, 2, 4000}) {
+  for (const unsigned reads : {0u, 1u, 2u, 4000u}) {
     const ScopedSpinLimit limit(reads);
     const PlatformPlan yields("yield", 0);
     const PlatformPlan sleeps("sleepFor", 0);
