@@ -52,14 +52,18 @@ class WaitList {
  public:
   explicit WaitList(WaitListStorage& last) noexcept : last_(last) {}
 
-  /// Under no lock a look at some moment: whoever began to wait before the caller
-  /// last took a lock that it held then is seen.
-  bool isEmpty() const noexcept { return last().load(std::memory_order_acquire) == nullptr; }
+  /// Without the owner's lock a look at some moment: a thread is seen that joined
+  /// before it gave back a mutex that the caller took since.
+  bool isEmpty() const noexcept {
+    // No order: nothing is read through the pointer, and a join that happened before
+    // is seen in any.
+    return last().load(std::memory_order_relaxed) == nullptr;
+  }
 
   void append(Waiter& waiter) noexcept {
     Waiter* const before = last().load(std::memory_order_relaxed);
     waiter.next_ = before == nullptr ? &waiter : std::exchange(before->next_, &waiter);
-    last().store(&waiter, std::memory_order_release);
+    last().store(&waiter, std::memory_order_relaxed);
   }
 
   /// @return the thread that waited longest, taken off the list, for wake(); null
