@@ -25,6 +25,7 @@
 #include "support/EndingThreads.h"
 #include "support/ExpectFailure.h"
 #include "support/MutualExclusion.h"
+#include "support/SignalStorm.h"
 #include "support/TestSeed.h"
 
 namespace {
@@ -279,6 +280,20 @@ TEST_P(QVRReadersWriterLockTest, ReadersKeepAWriterOutUntilTheLastHasGone) {
   writer.finish();
   EXPECT_EQ(lock_.getNestingLevel(), -1);
   writer.run([&] { lock_.release(); });
+}
+
+TEST_P(QVRReadersWriterLockTest, SignalsOfTheSystemLetNobodyIn) {
+  Threads others = makeThreads(2);
+  lock_.acquireWrite();
+  others[0]->start([&] { lock_.acquireRead(); });
+  others[1]->start([&] { lock_.acquireWrite(); });
+
+  for (const auto& other : others) expectToSleepThroughSignals(*other);
+
+  lock_.release();
+  others[1]->finish();
+  others[1]->run([&] { lock_.release(); });
+  others[0]->run([&] { lock_.release(); });
 }
 
 TEST_P(QVRReadersWriterLockTest, ANewReaderWaitsBehindAWaitingWriter) {
