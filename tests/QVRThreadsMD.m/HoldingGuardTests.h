@@ -13,6 +13,7 @@
 #include <stdexcept>
 
 #include "RecordingLock.h"
+#include "support/TestSeed.h"
 
 template <class Case>
 class HoldingGuardTest : public testing::Test {
@@ -110,28 +111,25 @@ TYPED_TEST_P(HoldingGuardTest, DestructorLetsTheLocksExceptionOut) {
 }
 
 TYPED_TEST_P(HoldingGuardTest, FollowsItsModel) {
-  for (unsigned seed = 1; seed <= 4; ++seed) {
-    SCOPED_TRACE(testing::Message() << "seed " << seed);
-    std::mt19937 random(seed);
-    typename TypeParam::Guard guard(this->lock_);
-    bool isHeld = true;
-    this->lock_.take();
-    for (int step = 0; step < 10'000 && !testing::Test::HasFailure(); ++step) {
-      const bool takes = random() % 2 == 0;
-      const bool isAsked = takes != isHeld;  // otherwise the guard has nothing to do
-      const bool throws = isAsked && random() % 4 == 0;
-      if (throws) this->lock_.throwNext();
-      try {
-        takes ? guard.acquire() : guard.release();
-        EXPECT_FALSE(throws);
-        isHeld = takes;
-      } catch (const std::runtime_error&) {
-        EXPECT_TRUE(throws);
-      }
-      EXPECT_EQ(guard.isAcquired(), isHeld);
-      const auto expected = takes ? this->took_ : this->gaveBack_;
-      EXPECT_EQ(this->lock_.take(), isAsked ? expected : RecordingLock::Calls());
+  std::mt19937 random(testSeed());
+  typename TypeParam::Guard guard(this->lock_);
+  bool isHeld = true;
+  this->lock_.take();
+  for (int step = 0; step < 10'000 && !testing::Test::HasFailure(); ++step) {
+    const bool takes = random() % 2 == 0;
+    const bool isAsked = takes != isHeld;  // otherwise the guard has nothing to do
+    const bool throws = isAsked && random() % 4 == 0;
+    if (throws) this->lock_.throwNext();
+    try {
+      takes ? guard.acquire() : guard.release();
+      EXPECT_FALSE(throws);
+      isHeld = takes;
+    } catch (const std::runtime_error&) {
+      EXPECT_TRUE(throws);
     }
+    EXPECT_EQ(guard.isAcquired(), isHeld);
+    const auto expected = takes ? this->took_ : this->gaveBack_;
+    EXPECT_EQ(this->lock_.take(), isAsked ? expected : RecordingLock::Calls());
   }
 }
 

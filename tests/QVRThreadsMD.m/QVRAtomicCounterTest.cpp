@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "support/MutualExclusion.h"
+#include "support/TestSeed.h"
 
 namespace {
 
@@ -94,31 +95,28 @@ TEST(QVRAtomicCounterTest, AssigningACounterToItselfKeepsItsValue) {
 }
 
 TEST(QVRAtomicCounterTest, FollowsItsModel) {
-  for (unsigned seed = 1; seed <= 4; ++seed) {
-    SCOPED_TRACE(testing::Message() << "seed " << seed);
-    std::mt19937 random(seed);
-    QVRAtomicCounter counter;
-    std::int64_t model = 0;  // reduced to 32 bits when it is compared
-    for (int step = 0; step < 100'000 && !testing::Test::HasFailure(); ++step) {
-      switch (random() % 6) {
-        case 0:
-          counter.set(model = static_cast<std::int32_t>(random()));
-          break;
-        case 1:  // near a limit, where a step is likely to wrap
-          counter = model = kLargest - static_cast<long>(random() % 3);
-          break;
-        case 2:
-          EXPECT_EQ(counter.increment(), static_cast<std::int32_t>(++model));
-          break;
-        case 3:
-          EXPECT_EQ(counter.decrement(), static_cast<std::int32_t>(--model));
-          break;
-        case 4:
-          counter = QVRAtomicCounter(counter);
-          break;
-        default:
-          EXPECT_EQ(counter.get(), static_cast<std::int32_t>(model));
-      }
+  std::mt19937 random(testSeed());
+  QVRAtomicCounter counter;
+  std::int64_t model = 0;  // reduced to 32 bits when it is compared
+  for (int step = 0; step < 400'000 && !testing::Test::HasFailure(); ++step) {
+    switch (random() % 6) {
+      case 0:
+        counter.set(model = static_cast<std::int32_t>(random()));
+        break;
+      case 1:  // near a limit, where a step is likely to wrap
+        counter = model = kLargest - static_cast<long>(random() % 3);
+        break;
+      case 2:
+        EXPECT_EQ(counter.increment(), static_cast<std::int32_t>(++model));
+        break;
+      case 3:
+        EXPECT_EQ(counter.decrement(), static_cast<std::int32_t>(--model));
+        break;
+      case 4:
+        counter = QVRAtomicCounter(counter);
+        break;
+      default:
+        EXPECT_EQ(counter.get(), static_cast<std::int32_t>(model));
     }
   }
 }

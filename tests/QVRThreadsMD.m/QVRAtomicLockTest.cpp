@@ -3,12 +3,14 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <random>
 #include <thread>
 
+#include "support/CommandedThread.h"
 #include "support/EndingThreads.h"
 #include "support/MutualExclusion.h"
-#include "support/ThreadTeam.h"
+#include "support/TestSeed.h"
 
 namespace {
 
@@ -62,24 +64,21 @@ TEST(QVRAtomicLockTest, StaysHeldWhenItsHolderEnds) {
 }
 
 TEST(QVRAtomicLockTest, FollowsItsModel) {
-  ThreadTeam team(3);
-  for (unsigned seed = 1; seed <= 4; ++seed) {
-    SCOPED_TRACE(testing::Message() << "seed " << seed);
-    std::mt19937 random(seed);
-    QVRAtomicLock lock;
-    bool isHeld = false;
-    for (int step = 0; step < 5000 && !testing::Test::HasFailure(); ++step) {
-      const bool releases = random() % 3 == 0;
-      team.run(random() % team.size(), [&] {
-        EXPECT_EQ(lock.isLocked(), isHeld);
-        if (releases) {
-          lock.release();
-        } else {
-          EXPECT_EQ(lock.acquire(), !isHeld);
-        }
-      });
-      isHeld = !releases;
-    }
+  std::mt19937 random(testSeed());
+  CommandedThread threads[3];
+  QVRAtomicLock lock;
+  bool isHeld = false;
+  for (int step = 0; step < 10'000 && !testing::Test::HasFailure(); ++step) {
+    const bool releases = random() % 3 == 0;
+    threads[random() % std::size(threads)].run([&] {
+      EXPECT_EQ(lock.isLocked(), isHeld);
+      if (releases) {
+        lock.release();
+      } else {
+        EXPECT_EQ(lock.acquire(), !isHeld);
+      }
+    });
+    isHeld = !releases;
   }
 }
 

@@ -7,8 +7,8 @@
 #include <thread>
 
 #include "QVRSpinLock.h"
+#include "support/CommandedThread.h"
 #include "support/PlatformPlan.h"
-#include "support/ThreadTeam.h"
 
 namespace {
 
@@ -66,14 +66,14 @@ TEST(QVRSpinLockFailureTest, YieldsAgainAndAgainWhereverTheLimitIsReached) {
     const PlatformPlan yields("yield", 0);
     const PlatformPlan sleeps("sleepFor", 0);
     QVRSpinLock lock;
-    ThreadTeam team(1);
+    CommandedThread other;
     lock.acquire();
 
-    team.begin(0, [&] { lock.acquire(); });
+    other.start([&] { lock.acquire(); });
     while (yields.calls() < 3) std::this_thread::yield();
-    EXPECT_TRUE(team.isBusy(0)) << reads;
+    EXPECT_TRUE(other.isBusy()) << reads;
     lock.release();
-    team.await(0);
+    other.finish();
 
     EXPECT_EQ(sleeps.calls(), 0u) << reads;
   }
@@ -82,14 +82,14 @@ TEST(QVRSpinLockFailureTest, YieldsAgainAndAgainWhereverTheLimitIsReached) {
 TEST(QVRSpinLockFailureTest, YieldsNotBeforeTheLimit) {
   const ScopedSpinLimit limit(std::numeric_limits<std::uint64_t>::max());
   const PlatformPlan yields("yield", 0);
-  ThreadTeam team(1);
+  CommandedThread other;
   for (int round = 0; round < 100; ++round) {
     QVRSpinLock lock;
     lock.acquire();
-    team.begin(0, [&] { lock.acquire(); });
+    other.start([&] { lock.acquire(); });
     std::this_thread::yield();
     lock.release();
-    team.await(0);
+    other.finish();
   }
 
   EXPECT_EQ(yields.calls(), 0u);
@@ -99,14 +99,14 @@ TEST(QVRSpinLockFailureTest, RefusedYieldIsNoTrouble) {
   const ScopedSpinLimit limit(0);
   const PlatformPlan yields("yield", ENOSYS);
   QVRSpinLock lock;
-  ThreadTeam team(1);
+  CommandedThread other;
   lock.acquire();
 
-  team.begin(0, [&] { lock.acquire(); });
+  other.start([&] { lock.acquire(); });
   while (yields.calls() < 3) std::this_thread::yield();
   lock.release();
 
-  team.await(0);
+  other.finish();
 }
 
 }  // namespace

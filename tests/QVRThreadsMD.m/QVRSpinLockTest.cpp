@@ -6,10 +6,10 @@
 #include <thread>
 
 #include "QVRSysLockGuard.h"
+#include "support/CommandedThread.h"
 #include "support/EndingThreads.h"
 #include "support/LockStateMachine.h"
 #include "support/MutualExclusion.h"
-#include "support/ThreadTeam.h"
 
 namespace {
 
@@ -33,17 +33,17 @@ TEST(QVRSpinLockTest, AnotherThreadWaitsForTheRelease) {
   using Take = void (QVRSpinLock::*)();
   const Take takes[] = {&QVRSpinLock::acquire, &QVRSpinLock::acquireRead,
                         &QVRSpinLock::acquireWrite};
-  ThreadTeam team(1);
+  CommandedThread other;
   for (const Take first : takes) {
     for (const Take second : takes) {
       QVRSpinLock lock;
       (lock.*first)();
-      team.begin(0, [&] { (lock.*second)(); });
-      EXPECT_TRUE(team.isBusy(0));
+      other.start([&] { (lock.*second)(); });
+      EXPECT_TRUE(other.isBusy());
 
       lock.release();
 
-      team.await(0);
+      other.finish();
       lock.release();
     }
   }
@@ -84,22 +84,22 @@ TEST(QVRSpinLockTest, AnyThreadMayReleaseIt) {
 }
 
 TEST(QVRSpinLockTest, HoldOfAThreadThatEndedCanBeGivenBackByAnother) {
-  ThreadTeam team(1);
+  CommandedThread other;
   for (const ThreadEnding& ending : threadEndings()) {
     QVRSpinLock lock;
     ending.run([&] { lock.acquire(); });
-    team.begin(0, [&] { lock.acquire(); });
-    EXPECT_TRUE(team.isBusy(0)) << ending.name;
+    other.start([&] { lock.acquire(); });
+    EXPECT_TRUE(other.isBusy()) << ending.name;
 
     lock.release();
 
-    team.await(0);
+    other.finish();
   }
 }
 
 TEST(QVRSpinLockTest, FollowsItsModel) {
   QVRSpinLock lock;
-  expectToFollowItsModel(lock, {.isRecursive = false, .hasOwner = false});
+  expectToFollowItsModel(lock, {.isRecursive = false, .hasOwner = false, .sleeps = false});
 }
 
 TEST(QVRSpinLockTest, OneThreadAtATime) {

@@ -10,11 +10,11 @@
 
 #include "QVRSysLockGuard.h"
 #include "QVRSysUnlockGuard.h"
+#include "support/CommandedThread.h"
 #include "support/EndingThreads.h"
 #include "support/ForkedChild.h"
 #include "support/LockStateMachine.h"
 #include "support/MutualExclusion.h"
-#include "support/ThreadTeam.h"
 
 namespace {
 
@@ -34,18 +34,18 @@ bool isFree(const QVRSysCriticalSection& lock) {
 TEST(QVRSysCriticalSectionTest, HeldUntilEveryHoldIsGivenBack) {
   for (const bool recursive : {true, false}) {
     QVRSysCriticalSection lock(recursive);
-    ThreadTeam team(1);
+    CommandedThread other;
     for (int i = 0; i < 3; ++i) lock.acquire();
-    team.begin(0, [&] { lock.acquire(); });
+    other.start([&] { lock.acquire(); });
 
     for (int i = 0; i < 3; ++i) {
-      EXPECT_TRUE(team.isBusy(0)) << i;
+      EXPECT_TRUE(other.sleeps()) << i;
       lock.release();
     }
 
-    team.await(0);
+    other.finish();
     EXPECT_FALSE(isFree(lock));
-    team.run(0, [&] { lock.release(); });
+    other.run([&] { lock.release(); });
     EXPECT_TRUE(isFree(lock));
   }
 }

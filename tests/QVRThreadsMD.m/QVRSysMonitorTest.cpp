@@ -13,7 +13,6 @@
 #include "support/EndingThreads.h"
 #include "support/LockStateMachine.h"
 #include "support/MutualExclusion.h"
-#include "support/ThreadTeam.h"
 
 namespace {
 

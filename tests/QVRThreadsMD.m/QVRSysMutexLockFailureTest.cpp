@@ -11,9 +11,9 @@
 #include "QVRSysMutexLock.h"
 #include "QVRSysMutexLockReports.h"
 #include "support/AllocationRefuser.h"
+#include "support/CommandedThread.h"
 #include "support/ExpectFailure.h"
 #include "support/PlatformPlan.h"
-#include "support/ThreadTeam.h"
 
 namespace {
 
@@ -189,14 +189,14 @@ TEST_F(QVRSysMutexLockFailureTest, InitializeReportsAFailedCloseOfTheMutexThatIs
 
 TEST_F(QVRSysMutexLockFailureTest, MutexClosedWhileHeldIsFreedOnceItsHolderEnded) {
   const AssertRecorder asserts;
-  ThreadTeam team(1);
+  auto other = std::make_unique<CommandedThread>();
   auto lock = std::make_unique<QVRSysMutexLock>();
-  team.run(0, [&] { lock->acquire(); });
+  other->run([&] { lock->acquire(); });
 
   lock.reset();
   EXPECT_GE(closesOfOrphans(), 1u);
   EXPECT_GE(closesOfOrphans(), 1u) << "the holder lives, so it has to be looked at again";
-  team.replace(0);
+  other.reset();
   EXPECT_EQ(closesOfOrphans(), 1u);
 
   EXPECT_EQ(closesOfOrphans(), 0u);
@@ -206,24 +206,25 @@ TEST_F(QVRSysMutexLockFailureTest, MutexClosedWhileHeldIsFreedOnceItsHolderEnded
 TEST_F(QVRSysMutexLockFailureTest, NewMutexLooksAtFewOfManyThatWereClosedWhileHeld) {
   constexpr std::size_t kLocks = 50;
   constexpr std::size_t kFew = 2;
-  ThreadTeam team(2);
+  auto first = std::make_unique<CommandedThread>();
+  auto second = std::make_unique<CommandedThread>();
   std::vector<std::unique_ptr<QVRSysMutexLock>> locks;
   for (std::size_t i = 0; i < kLocks; ++i) locks.push_back(std::make_unique<QVRSysMutexLock>());
-  team.run(0, [&] {
+  first->run([&] {
     for (std::size_t i = 1; i < kLocks; i += 2) locks[i]->acquire();
   });
-  team.run(1, [&] {
+  second->run([&] {
     for (std::size_t i = 0; i < kLocks; i += 2) locks[i]->acquire();
   });
   locks.clear();
 
   EXPECT_EQ(closesOfOrphans(), kFew);
-  team.replace(0);
+  first.reset();
   std::size_t closes = 0;
   for (std::size_t i = 0; i < kLocks / 2; ++i) closes += closesOfOrphans();
   EXPECT_EQ(closes, kLocks) << "every one was looked at";
   EXPECT_EQ(closesOfOrphans(), kFew) << "the other half is still held";
-  team.replace(1);
+  second.reset();
 
   closes = 0;
   for (std::size_t i = 0; i < kLocks; ++i) closes += closesOfOrphans();
@@ -232,20 +233,21 @@ TEST_F(QVRSysMutexLockFailureTest, NewMutexLooksAtFewOfManyThatWereClosedWhileHe
 
 // The mutex is the only thing that the two threads have in common.
 TEST_F(QVRSysMutexLockFailureTest, OrphanCanBeFreedByAThreadThatKnowsNothingOfItsHolder) {
-  ThreadTeam team(2);
+  auto holder = std::make_unique<CommandedThread>();
+  CommandedThread stranger;
   auto lock = std::make_unique<QVRSysMutexLock>();
-  team.run(0, [&] {
+  holder->run([&] {
     lock->acquire();
     lock->acquire();
   });
   lock.reset();
 
-  team.begin(1, [] {
+  stranger.start([] {
     while (closesOfOrphans() != 0) std::this_thread::yield();
   });
-  team.replace(0);
+  holder.reset();
 
-  team.await(1);
+  stranger.finish();
 }
 
 }  // namespace

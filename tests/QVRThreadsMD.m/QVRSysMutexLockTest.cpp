@@ -15,12 +15,11 @@
 #include "QVRSysLockGuard.h"
 #include "QVRSysMutexLockReports.h"
 #include "QVRSysUnlockGuard.h"
+#include "support/CommandedThread.h"
 #include "support/EndingThreads.h"
 #include "support/ForkedChild.h"
 #include "support/LockStateMachine.h"
 #include "support/MutualExclusion.h"
-#include "support/SleepingThread.h"
-#include "support/ThreadTeam.h"
 
 namespace {
 
@@ -57,17 +56,17 @@ TEST(QVRSysMutexLockTest, HeldUntilEveryHoldIsGivenBack) {
   for (const bool recursive : {true, false}) {
     const AssertRecorder asserts;
     QVRSysMutexLock lock(recursive);
-    ThreadTeam team(1);
+    CommandedThread other;
     for (int i = 0; i < 3; ++i) lock.acquire();
-    team.begin(0, [&] { lock.acquire(); });
+    other.start([&] { lock.acquire(); });
 
     for (int i = 0; i < 3; ++i) {
-      EXPECT_TRUE(team.isBusy(0)) << i;
+      EXPECT_TRUE(other.sleeps()) << i;
       lock.release();
     }
 
-    team.await(0);
-    team.run(0, [&] { lock.release(); });
+    other.finish();
+    other.run([&] { lock.release(); });
     EXPECT_EQ(asserts.all(), Reports());
   }
 }
@@ -86,22 +85,22 @@ TEST(QVRSysMutexLockTest, ReleaseOfAFreeLockIsReported) {
 
 TEST(QVRSysMutexLockTest, ReleaseByAnotherThreadIsReportedAndChangesNothing) {
   QVRSysMutexLock lock;
-  ThreadTeam team(1);
+  CommandedThread other;
   lock.acquire();
   lock.acquire();
   {
     const AssertRecorder asserts;
-    team.run(0, [&] { lock.release(); });
+    other.run([&] { lock.release(); });
     EXPECT_EQ(asserts.only(), kNotReleased);
   }
 
-  team.begin(0, [&] { lock.acquire(); });
-  EXPECT_TRUE(team.isBusy(0));
+  other.start([&] { lock.acquire(); });
+  EXPECT_TRUE(other.sleeps());
   lock.release();
-  EXPECT_TRUE(team.isBusy(0));
+  EXPECT_TRUE(other.sleeps());
   lock.release();
-  team.await(0);
-  team.run(0, [&] { lock.release(); });
+  other.finish();
+  other.run([&] { lock.release(); });
 }
 
 TEST(QVRSysMutexLockTest, FollowsItsModel) {
@@ -184,20 +183,20 @@ TEST(QVRSysMutexLockTest, ReleaseOfALockWhoseHolderEndedIsReported) {
 TEST(QVRSysMutexLockTest, ThreadThatWaitsIsToldWhenTheHolderEnds) {
   for (const ThreadEnding& ending : threadEndings()) {
     QVRSysMutexLock lock;
-    SleepingThread waiter;
+    CommandedThread waiter;
     const AssertRecorder asserts;
 
     ending.run([&] {
       lock.acquire();
       lock.acquire();
-      waiter.begin([&] {
+      waiter.start([&] {
         lock.acquire();
         lock.release();
         lock.release();
       });
-      waiter.awaitSleep();
+      EXPECT_TRUE(waiter.sleeps()) << ending.name;
     });
-    waiter.join();
+    waiter.finish();
 
     EXPECT_EQ(asserts.all(), (Reports{kNotAcquired, kNotReleased})) << "held once, " << ending.name;
   }
@@ -206,19 +205,19 @@ TEST(QVRSysMutexLockTest, ThreadThatWaitsIsToldWhenTheHolderEnds) {
 TEST(QVRSysMutexLockTest, OnlyOneOfThoseThatWaitIsTold) {
   QVRSysMutexLock lock;
   const AssertRecorder asserts;
-  SleepingThread waiters[8];
+  CommandedThread waiters[8];
 
   std::thread([&] {
     lock.acquire();
-    for (SleepingThread& waiter : waiters) {
-      waiter.begin([&] {
+    for (CommandedThread& waiter : waiters) {
+      waiter.start([&] {
         lock.acquire();
         lock.release();
       });
     }
-    for (SleepingThread& waiter : waiters) waiter.awaitSleep();
+    for (CommandedThread& waiter : waiters) EXPECT_TRUE(waiter.sleeps());
   }).join();
-  for (SleepingThread& waiter : waiters) waiter.join();
+  for (CommandedThread& waiter : waiters) waiter.finish();
 
   EXPECT_EQ(asserts.only(), kNotAcquired);
 }
@@ -312,10 +311,10 @@ TEST(QVRSysMutexLockTest, ThreadThatHeldManyDestroyedOnesEndsInPeace) {
   constexpr int kLocks = 50;  // ThreadSanitizer lets a thread hold 64
   const AssertRecorder asserts;
   QVRSysMutexLock kept;
-  ThreadTeam team(1);
+  auto other = std::make_unique<CommandedThread>();
   std::vector<std::unique_ptr<QVRSysMutexLock>> locks;
   for (int i = 0; i < kLocks; ++i) locks.push_back(std::make_unique<QVRSysMutexLock>());
-  team.run(0, [&] {
+  other->run([&] {
     kept.acquire();
     for (const auto& lock : locks) lock->acquire();
   });
@@ -328,7 +327,7 @@ TEST(QVRSysMutexLockTest, ThreadThatHeldManyDestroyedOnesEndsInPeace) {
   }
   EXPECT_EQ(asserts.all(), Reports());
 
-  team.replace(0);
+  other.reset();
   kept.acquire();
   EXPECT_EQ(asserts.only(), kNotAcquired) << "the one that was not destroyed";
   kept.release();
@@ -351,9 +350,9 @@ TEST(QVRSysMutexLockTest, FinalizeAndInitializeForgetTheCallersHolds) {
 
 TEST(QVRSysMutexLockTest, FinalizeAndInitializeForgetAnotherThreadsHolds) {
   Probe lock;
-  ThreadTeam team(1);
+  auto other = std::make_unique<CommandedThread>();
   const AssertRecorder asserts;
-  team.run(0, [&] {
+  other->run([&] {
     lock.acquire();
     lock.acquire();
   });
@@ -363,9 +362,9 @@ TEST(QVRSysMutexLockTest, FinalizeAndInitializeForgetAnotherThreadsHolds) {
   lock.acquire();
   EXPECT_EQ(asserts.all(), Reports());
 
-  team.run(0, [&] { lock.release(); });
+  other->run([&] { lock.release(); });
   EXPECT_EQ(asserts.only(), kNotReleased) << "its hold is forgotten";
-  team.replace(0);
+  other.reset();
   lock.release();
   lock.acquire();
   lock.release();
@@ -454,10 +453,10 @@ TEST(QVRSysMutexLockTest, ForkedChildCanStartAfreshWhoeverHeldTheLock) {
   const AssertRecorder asserts;
   Probe own;
   Probe others;
-  ThreadTeam team(1);
+  CommandedThread other;
   own.acquire();
   own.acquire();
-  team.run(0, [&] { others.acquire(); });
+  other.run([&] { others.acquire(); });
 
   const int status = exitStatusOfFork([&] {
     for (Probe* const lock : {&own, &others}) {
@@ -472,7 +471,7 @@ TEST(QVRSysMutexLockTest, ForkedChildCanStartAfreshWhoeverHeldTheLock) {
   EXPECT_EQ(status, 0);
   own.release();
   own.release();
-  team.run(0, [&] { others.release(); });
+  other.run([&] { others.release(); });
   EXPECT_EQ(asserts.all(), Reports()) << "the parent's are as they were";
 }
 

@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include "RecordingLock.h"
+#include "support/TestSeed.h"
 
 namespace {
 
@@ -106,21 +107,18 @@ TEST(QVRSysUnlockGuardTest, DestructorLetsTheLocksExceptionOut) {
 }
 
 TEST(QVRSysUnlockGuardTest, FollowsItsModel) {
-  for (unsigned seed = 1; seed <= 4; ++seed) {
-    SCOPED_TRACE(testing::Message() << "seed " << seed);
-    std::mt19937 random(seed);
-    RecordingLock lock;
-    QVRSysUnlockGuard guard(lock);
-    bool isHeld = false;
-    lock.take();
-    for (int step = 0; step < 10'000 && !testing::Test::HasFailure(); ++step) {
-      const bool takes = random() % 2 == 0;
-      const bool isAsked = takes != isHeld;
-      takes ? guard.acquire() : guard.release();
-      isHeld = takes;
-      EXPECT_EQ(guard.isAcquired(), isHeld);
-      EXPECT_EQ(lock.take(), isAsked ? (takes ? kTook : kGaveBack) : kNothing);
-    }
+  std::mt19937 random(testSeed());
+  RecordingLock lock;
+  QVRSysUnlockGuard guard(lock);
+  bool isHeld = false;
+  lock.take();
+  for (int step = 0; step < 10'000 && !testing::Test::HasFailure(); ++step) {
+    const bool takes = random() % 2 == 0;
+    const bool isAsked = takes != isHeld;
+    takes ? guard.acquire() : guard.release();
+    isHeld = takes;
+    EXPECT_EQ(guard.isAcquired(), isHeld);
+    EXPECT_EQ(lock.take(), isAsked ? (takes ? kTook : kGaveBack) : kNothing);
   }
 }
 

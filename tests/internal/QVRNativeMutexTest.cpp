@@ -11,9 +11,9 @@
 #include <utility>
 
 #include "QVRSystem/internal/QVRThreadState.h"
+#include "support/CommandedThread.h"
 #include "support/EndingThreads.h"
 #include "support/PlatformPlan.h"
-#include "support/ThreadTeam.h"
 
 namespace qvr::internal {
 
@@ -136,8 +136,8 @@ TEST_F(QVRNativeMutexTest, ClosesWhoeverHoldsIt) {
   EXPECT_TRUE(NativeMutex::close(std::exchange(mutex_, nullptr))) << "a thread that ended";
 
   NativeMutex::create(mutex_);
-  ThreadTeam team(1);
-  team.run(0, [&] { NativeMutex::acquire(mutex_); });
+  CommandedThread other;
+  other.run([&] { NativeMutex::acquire(mutex_); });
   EXPECT_TRUE(NativeMutex::close(std::exchange(mutex_, nullptr))) << "another thread";
 }
 

@@ -5,8 +5,8 @@
 
 #include <cerrno>
 
+#include "support/CommandedThread.h"
 #include "support/EndingThreads.h"
-#include "support/ThreadTeam.h"
 
 namespace {
 
@@ -19,15 +19,15 @@ using qvr::platform::waitMutex;
 TEST(QVRPlatformMutexTest, AnotherThreadWaitsForTheRelease) {
   PlatformMutex mutex;
   ASSERT_EQ(createMutex(mutex), 0);
-  ThreadTeam team(1);
+  CommandedThread other;
   EXPECT_EQ(waitMutex(mutex), 0);
 
-  team.begin(0, [&] { EXPECT_EQ(waitMutex(mutex), 0); });
-  EXPECT_TRUE(team.isBusy(0));
+  other.start([&] { EXPECT_EQ(waitMutex(mutex), 0); });
+  EXPECT_TRUE(other.sleeps());
   EXPECT_EQ(releaseMutex(mutex), 0);
-  team.await(0);
+  other.finish();
 
-  team.run(0, [&] { EXPECT_EQ(releaseMutex(mutex), 0); });
+  other.run([&] { EXPECT_EQ(releaseMutex(mutex), 0); });
   EXPECT_EQ(closeMutex(mutex), 0);
 }
 
@@ -58,12 +58,12 @@ TEST(QVRPlatformMutexTest, ClosesOneWhoseHolderEnded) {
 TEST(QVRPlatformMutexTest, RefusesToCloseOneThatIsHeldAndLeavesItHeld) {
   PlatformMutex mutex;
   ASSERT_EQ(createMutex(mutex), 0);
-  ThreadTeam team(1);
-  team.run(0, [&] { EXPECT_EQ(waitMutex(mutex), 0); });
+  CommandedThread other;
+  other.run([&] { EXPECT_EQ(waitMutex(mutex), 0); });
 
   EXPECT_EQ(closeMutex(mutex), EBUSY);
 
-  team.run(0, [&] { EXPECT_EQ(releaseMutex(mutex), 0); });
+  other.run([&] { EXPECT_EQ(releaseMutex(mutex), 0); });
   EXPECT_EQ(closeMutex(mutex), 0);
 }
 
