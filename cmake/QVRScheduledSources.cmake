@@ -11,21 +11,34 @@ set(QVR_SCHEDULED_CLASSES
   QVRSysIReadWriteLock QVRSysITimedMutexLock QVRSysLockGuard QVRSysMonitor QVRSysMutexLock
   QVRSysReadLockGuard QVRSysThreadId QVRSysTimedMutexLock QVRSysUnlockGuard QVRSysWriteLockGuard)
 
+# Removes what an earlier configuration made in a folder and this one did not.
+function(qvr_keep_only folder)
+  file(GLOB_RECURSE files ${folder}/*)
+  list(REMOVE_ITEM files ${ARGN})
+  if(files)
+    file(REMOVE ${files})
+  endif()
+endfunction()
+
 # The public headers, copied: a header finds those beside it first, and the one that
 # the scheduler has in the place of one of ours must not be among them.
 file(GLOB headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/QVRSystem/include/*)
 foreach(header IN LISTS headers)
   cmake_path(GET header FILENAME name)
   cmake_path(GET header STEM class)
+  set(copy ${QVR_SCHEDULED_HEADERS}/${name})
   if(class IN_LIST QVR_SCHEDULED_CLASSES)
     set_property(DIRECTORY ${PROJECT_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${header})
     file(READ ${header} text)
     string(REPLACE "QVRSYSTEM_API " "" text "${text}")
-    file(CONFIGURE OUTPUT ${QVR_SCHEDULED_HEADERS}/${name} CONTENT "${text}" @ONLY)
+    file(CONFIGURE OUTPUT ${copy} CONTENT "${text}" @ONLY)
+    list(APPEND copies ${copy})
   elseif(NOT EXISTS ${QVR_SCHEDULER_MODEL}/${name})
-    configure_file(${header} ${QVR_SCHEDULED_HEADERS}/${name} COPYONLY)
+    configure_file(${header} ${copy} COPYONLY)
+    list(APPEND copies ${copy})
   endif()
 endforeach()
+qvr_keep_only(${QVR_SCHEDULED_HEADERS} ${copies})
 
 add_library(QVRScheduledIncludes INTERFACE)
 target_include_directories(QVRScheduledIncludes INTERFACE
@@ -64,6 +77,7 @@ function(qvr_planted_mistake name)
   endif()
   string(REPLACE "${arg_LINE}\n" "${arg_BECOMES}\n" text "${text}")
   file(CONFIGURE OUTPUT ${planted} CONTENT "${text}" @ONLY)
+  qvr_keep_only(${folder} ${planted})
 
   # In front of the library, whose own object is not taken then.
   if(arg_COMPILED_IN)
