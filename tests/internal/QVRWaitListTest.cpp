@@ -6,6 +6,7 @@
 #include <array>
 #include <deque>
 #include <memory>
+#include <mutex>
 #include <random>
 #include <vector>
 
@@ -137,22 +138,30 @@ TEST(QVRWaitListTest, SignalsOfTheSystemWakeNobody) {
 }
 
 TEST(QVRWaitListTest, AllAreWokenThoughEachIsGoneAtOnce) {
+  std::mutex mutex;
   WaitListStorage storage = nullptr;
   WaitList list(storage);
-  std::vector<std::unique_ptr<CommandedThread>> threads;
-  for (int i = 0; i < 16; ++i) {
-    threads.push_back(std::make_unique<CommandedThread>());
-    threads.back()->start([&] {
+  std::vector<CommandedThread> threads(16);
+  for (CommandedThread& thread : threads) {
+    thread.start([&] {
       Waiter self;  // on the stack that the thread leaves when it wakes
-      list.append(self);
+      {
+        const std::lock_guard guard(mutex);
+        list.append(self);
+      }
       self.sleep();
     });
-    EXPECT_TRUE(threads.back()->sleeps());
+    EXPECT_TRUE(thread.sleeps());
   }
 
-  WaitList::wakeAll(list.takeAll());
+  Waiter* taken = nullptr;
+  {
+    const std::lock_guard guard(mutex);
+    taken = list.takeAll();
+  }
+  WaitList::wakeAll(taken);
 
-  for (const auto& thread : threads) thread->finish();
+  for (CommandedThread& thread : threads) thread.finish();
 }
 
 }  // namespace
