@@ -54,42 +54,60 @@ function(qvr_scheduled_library target)
 endfunction()
 
 # A program with scenarios in which one line of a shipped source is another: shows that
-# they find the mistake. In `planted_scenarios` stands the object library of the
-# scenarios, in `planted_library` that of the sources as they are.
+# they find the mistake. In `planted_library` stands the library of the sources as they
+# are, in `planted_scenarios` the object library of the scenarios.
 #
 #   qvr_planted_mistake(NAME IN <file below QVRSystem/> LINE <text> BECOMES <text>
 #                       FOUND_BY <text in the names of the scenarios>
-#                       [COMPILED_IN <sources that include the file, where it is a header>])
+#                       [COMPILED_IN <sources below QVRSystem/ that include the header>]
+#                       [SCENARIOS <sources that include it, in the place of the others>])
 function(qvr_planted_mistake name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "IN;LINE;BECOMES;FOUND_BY" "COMPILED_IN")
-  set(original ${PROJECT_SOURCE_DIR}/QVRSystem/${arg_IN})
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "IN;LINE;BECOMES;FOUND_BY" "COMPILED_IN;SCENARIOS")
   set(folder ${PROJECT_BINARY_DIR}/scheduled/${name})
-  set(planted ${folder}/QVRSystem/${arg_IN})
+  qvr_plant(${folder} "${arg_IN}" "${arg_LINE}" "${arg_BECOMES}")
 
-  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${original})
-  file(READ ${original} text)
-  string(FIND "${text}" "${arg_LINE}\n" first)
-  string(FIND "${text}" "${arg_LINE}\n" last REVERSE)
-  if(first EQUAL -1 OR NOT first EQUAL last)
-    message(FATAL_ERROR "The planted mistake ${name} replaces a line that is to be found once in "
-      "QVRSystem/${arg_IN}, and is not:\n  ${arg_LINE}\n"
-      "Plant it elsewhere (tests/scheduler/CMakeLists.txt).")
-  endif()
-  string(REPLACE "${arg_LINE}\n" "${arg_BECOMES}\n" text "${text}")
-  file(CONFIGURE OUTPUT ${planted} CONTENT "${text}" @ONLY)
-  qvr_keep_only(${folder} ${planted})
-
-  # In front of the library, whose own object is not taken then.
+  # In front of the library, whose own objects are not taken then.
+  set(sources ${folder}/QVRSystem/${arg_IN})
   if(arg_COMPILED_IN)
     list(TRANSFORM arg_COMPILED_IN PREPEND ${PROJECT_SOURCE_DIR}/QVRSystem/ OUTPUT_VARIABLE sources)
-  else()
-    set(sources ${planted})
   endif()
-  cmake_path(GET original PARENT_PATH neighbours)
-  add_executable(${name} ${sources} $<TARGET_OBJECTS:${planted_scenarios}>)
-  target_include_directories(${name} BEFORE PRIVATE ${folder})
-  target_include_directories(${name} PRIVATE ${neighbours})
+  set(scenarios $<TARGET_OBJECTS:${planted_scenarios}>)
+  if(arg_SCENARIOS)
+    set(scenarios ${arg_SCENARIOS})
+  endif()
+  add_executable(${name} ${sources} ${scenarios})
+  target_include_directories(${name} BEFORE PRIVATE ${folder} ${folder}/QVRSystem/include)
+  if(NOT arg_COMPILED_IN)
+    cmake_path(GET arg_IN PARENT_PATH neighbours)
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/QVRSystem/${neighbours})
+  endif()
   # Without the warnings: a mistake may leave something unused.
-  target_link_libraries(${name} PRIVATE ${planted_library})
+  target_link_libraries(${name} PRIVATE ${planted_library} QVRExploreMain)
   add_test(NAME Scheduler.${name} COMMAND ${name} --find --only ${arg_FOUND_BY})
+endfunction()
+
+# Writes a source with one line replaced below the folder, a public header among copies
+# of all the others, since a header finds those beside it first.
+function(qvr_plant folder file line replacement)
+  set(original ${PROJECT_SOURCE_DIR}/QVRSystem/${file})
+  set(planted ${folder}/QVRSystem/${file})
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${original})
+  if(file MATCHES "^include/(.*)")
+    set(original ${QVR_SCHEDULED_HEADERS}/${CMAKE_MATCH_1})
+    file(COPY ${QVR_SCHEDULED_HEADERS} DESTINATION ${folder}/QVRSystem
+      PATTERN ${CMAKE_MATCH_1} EXCLUDE)
+  else()
+    qvr_keep_only(${folder} ${planted})
+  endif()
+
+  file(READ ${original} text)
+  string(FIND "${text}" "${line}\n" first)
+  string(FIND "${text}" "${line}\n" last REVERSE)
+  if(first EQUAL -1 OR NOT first EQUAL last)
+    message(FATAL_ERROR "A planted mistake replaces a line that is to be found once in "
+      "QVRSystem/${file}, and is not:\n${line}\n"
+      "Plant it elsewhere (tests/scheduler/PlantedMistakes.cmake).")
+  endif()
+  string(REPLACE "${line}\n" "${replacement}\n" text "${text}")
+  file(CONFIGURE OUTPUT ${planted} CONTENT "${text}" @ONLY)
 endfunction()

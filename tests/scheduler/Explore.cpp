@@ -114,6 +114,10 @@ class Explorer {
     std::cout << std::left << std::setw(kNameWidth) << std::string(scenario.name()) + part
               << std::right << std::setw(12) << report.schedules() << std::setw(14) << report.steps
               << std::setw(9) << taken.count() << '\n';
+    if (report.steps == 0) {
+      throw std::logic_error(std::string(scenario.name()) +
+                             ": no step; its sources are not compiled for the scheduler");
+    }
     if (report.failure.empty()) return;
     ++failed_;
     std::cout << report.failure << std::flush;
@@ -138,14 +142,30 @@ class Explorer {
   bool repeatable_ = true;
 };
 
+/// Runs the one schedule that QVR_REPLAY names. @return whether it passes.
+bool replay(const std::string& value) {
+  const std::string name = value.substr(0, value.find(' '));
+  for (const Scenario* scenario : Scenario::all()) {
+    if (name != scenario->name()) continue;
+    const Report report = scenario->explore(scenario->options());
+    std::cout << (report.failure.empty() ? name + " passes:\n" + report.trace : report.failure);
+    return report.failure.empty();
+  }
+  throw std::invalid_argument("no scenario is called " + name);
+}
+
+bool runProgram(int count, char** arguments) {
+  if (const char* const value = std::getenv("QVR_REPLAY")) return replay(value);
+  const Request request = requestOf(count, arguments);
+  return Explorer(request).explore(chosen(request.only));
+}
+
 }  // namespace
 
 }  // namespace qvr::scheduler
 
 int main(int count, char** arguments) try {
-  const auto request = qvr::scheduler::requestOf(count, arguments);
-  qvr::scheduler::Explorer explorer(request);
-  return explorer.explore(qvr::scheduler::chosen(request.only)) ? EXIT_SUCCESS : EXIT_FAILURE;
+  return qvr::scheduler::runProgram(count, arguments) ? EXIT_SUCCESS : EXIT_FAILURE;
 } catch (const std::exception& exception) {
   std::cerr << exception.what() << '\n' << qvr::scheduler::kUsage;
   return 2;

@@ -24,6 +24,12 @@ qvr_planted_mistake(PlantedHolderNotNoted FOUND_BY QVRSysCriticalSection/
   IN internal/QVRRecursiveLock.cpp
   LINE "  lock.holder().store(currentThreadId(), std::memory_order_relaxed);"
   BECOMES "")
+qvr_planted_mistake(PlantedReleaseByAnybody FOUND_BY QVRSysCriticalSection/
+  IN include/QVRRecursiveLock.h COMPILED_IN QVRThreadsMD.m/src/QVRSysCriticalSection.cpp
+  SCENARIOS QVRSysCriticalSectionScenarios.cpp
+  LINE "  bool release() noexcept {
+    if (holder().load(std::memory_order_relaxed) != knownThreadId()) return false;"
+  BECOMES "  bool release() noexcept {")
 qvr_planted_mistake(PlantedFirstUseForgetsHolds FOUND_BY QVRSysFastMutexLock/firstUseOfZeros
   IN QVRThreadsMD.m/src/QVRSysFastMutexLock.cpp
   LINE "  if (seen != kNotInitialised) RecursiveLock(native_).reset();"
@@ -60,6 +66,15 @@ qvr_planted_mistake(PlantedWaitNotRepeated FOUND_BY QVRSysCondition/
   BECOMES "    if (state.load(std::memory_order_acquire) == kWaiting) waitWhile(state_, kWaiting);")
 
 # The spin lock.
+qvr_planted_mistake(PlantedAtomicLockLooksFirst FOUND_BY QVRAtomicLock/
+  IN include/QVRAtomicLock.h COMPILED_IN QVRThreadsMD.m/src/QVRSpinLock.cpp
+  SCENARIOS QVRSpinLockScenarios.cpp
+  LINE "  bool acquire() noexcept QVR_TRY_ACQUIRE(true) { return word_.exchange(kHeld) == kFree; }"
+  BECOMES "  bool acquire() noexcept {
+    const bool free = word_.load() == kFree;
+    word_.store(kHeld);
+    return free;
+  }")
 qvr_planted_mistake(PlantedSpinLockSeenNotTaken FOUND_BY QVRSpinLock/
   IN QVRThreadsMD.m/src/QVRSpinLock.cpp
   LINE "  } while (!lock_.acquire());"
