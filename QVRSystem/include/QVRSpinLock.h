@@ -22,7 +22,7 @@
 /// Without contention one atomic exchange to take it and one store to give it back.
 class QVRSYSTEM_API QVRSpinLock : public QVRSysIMutexLock {
  public:
-  QVRSpinLock() noexcept = default;
+  QVRSpinLock() noexcept;
   ~QVRSpinLock() = default;
 
   QVRSpinLock(const QVRSpinLock&) = delete;

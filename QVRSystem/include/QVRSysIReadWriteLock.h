@@ -8,7 +8,7 @@
 /// virtual destructor: it is never deleted through this interface.
 class QVRSYSTEM_API QVR_CAPABILITY("mutex") QVRSysIReadWriteLock {
  public:
-  QVRSysIReadWriteLock() = default;
+  QVRSysIReadWriteLock();
   QVRSysIReadWriteLock(const QVRSysIReadWriteLock&) {}
   QVRSysIReadWriteLock& operator=(const QVRSysIReadWriteLock&) { return *this; }
 

@@ -5,6 +5,10 @@
 
 std::uint64_t QVRSpinLock::SpinLimit = GetSpinLimit();
 
+// Here rather than inline, so that the library has the class's virtual table and
+// record, which every module then shares.
+QVRSpinLock::QVRSpinLock() noexcept = default;
+
 // The lock may be given back by another thread, which the analysis does not follow.
 void QVRSpinLock::acquireSlowly() noexcept QVR_NO_THREAD_SAFETY_ANALYSIS {
   do {
