@@ -10,7 +10,6 @@
 
 #include "QVRSysLockGuard.h"
 #include "QVRSysUnlockGuard.h"
-#include "support/CommandedThread.h"
 #include "support/EndingThreads.h"
 #include "support/ForkedChild.h"
 #include "support/LockStateMachine.h"
@@ -34,18 +33,7 @@ bool isFree(const QVRSysCriticalSection& lock) {
 TEST(QVRSysCriticalSectionTest, HeldUntilEveryHoldIsGivenBack) {
   for (const bool recursive : {true, false}) {
     QVRSysCriticalSection lock(recursive);
-    CommandedThread other;
-    for (int i = 0; i < 3; ++i) lock.acquire();
-    other.start([&] { lock.acquire(); });
-
-    for (int i = 0; i < 3; ++i) {
-      EXPECT_TRUE(other.sleeps()) << i;
-      lock.release();
-    }
-
-    other.finish();
-    EXPECT_FALSE(isFree(lock));
-    other.run([&] { lock.release(); });
+    expectHeldUntilEveryHoldIsGivenBack(lock);
     EXPECT_TRUE(isFree(lock));
   }
 }

@@ -56,17 +56,7 @@ TEST(QVRSysMutexLockTest, HeldUntilEveryHoldIsGivenBack) {
   for (const bool recursive : {true, false}) {
     const AssertRecorder asserts;
     QVRSysMutexLock lock(recursive);
-    CommandedThread other;
-    for (int i = 0; i < 3; ++i) lock.acquire();
-    other.start([&] { lock.acquire(); });
-
-    for (int i = 0; i < 3; ++i) {
-      EXPECT_TRUE(other.sleeps()) << i;
-      lock.release();
-    }
-
-    other.finish();
-    other.run([&] { lock.release(); });
+    expectHeldUntilEveryHoldIsGivenBack(lock);
     EXPECT_EQ(asserts.all(), Reports());
   }
 }

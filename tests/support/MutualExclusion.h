@@ -7,6 +7,8 @@
 #include <thread>
 #include <vector>
 
+#include "support/CommandedThread.h"
+
 /// Runs `action(number)` on so many threads, which begin together, and waits for
 /// them.
 template <class Action>
@@ -20,6 +22,24 @@ void runTogether(int threads, Action action) {
     });
   }
   for (std::thread& worker : workers) worker.join();
+}
+
+/// Has the caller hold the lock three times and another thread ask for it, which
+/// is to sleep until every hold is given back. Leaves the lock free.
+template <class Lock>
+void expectHeldUntilEveryHoldIsGivenBack(Lock& lock) {
+  constexpr int kHolds = 3;
+  CommandedThread other;
+  for (int i = 0; i < kHolds; ++i) lock.acquire();
+  other.start([&] { lock.acquire(); });
+
+  for (int i = 0; i < kHolds; ++i) {
+    EXPECT_TRUE(other.sleeps()) << i;
+    lock.release();
+  }
+
+  other.finish();
+  other.run([&] { lock.release(); });
 }
 
 struct ExclusionPlan {
