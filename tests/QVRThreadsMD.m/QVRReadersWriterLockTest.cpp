@@ -811,9 +811,8 @@ TEST(QVRReadersWriterLockShapeTest, IsTheLockThatItsInterfaceSays) {
   static_assert(!std::is_move_constructible_v<QVRReadersWriterLock>);
   static_assert(!std::is_final_v<QVRReadersWriterLock>);
   // Destruction does not look whether the lock is held.
-  auto lock = std::make_unique<QVRReadersWriterLock>();
-  lock->acquireWrite();
-  lock.reset();
+  QVRReadersWriterLock lock;
+  lock.acquireWrite();
 }
 
 }  // namespace

@@ -300,8 +300,12 @@ TEST_F(QVRSysConditionTest, IsUsableThroughItsInterface) {
 }
 
 TEST_F(QVRSysConditionTest, ItCanGoOnceItsLastWaiterIsBack) {
+  // Final, and so deleted as what it is: conditions have no virtual destructor.
+  struct Condition final : QVRSysCondition {
+    using QVRSysCondition::QVRSysCondition;
+  };
   for (int i = 0; i < 200; ++i) {
-    auto condition = std::make_unique<QVRSysCondition>(mutex_);
+    auto condition = std::make_unique<Condition>(mutex_);
     bool signalled = false;
     CommandedThread waiter;
     waiter.start([&] {
