@@ -1,6 +1,6 @@
 #!/bin/sh
 # Explores interleavings of the locks (docs/scheduler.md):
-#   explore.sh [--schedules N] [--seed N] [--only TEXT]
+#   explore.sh [--schedules N] [--seed N] [--deeper N] [--only TEXT]
 set -eu
 root=$(CDPATH='' cd -- "$(dirname -- "$0")/.." && pwd)
 . "$root/scripts/setup.sh"

@@ -20,6 +20,7 @@ namespace {
 constexpr char kUsage[] =
     "Options: --schedules N  explore so many in all, those at random included\n"
     "         --seed N       begin the random ones there\n"
+    "         --deeper N     allow so many pre-emptions more where all schedules are tried\n"
     "         --only TEXT    only scenarios whose name contains it\n"
     "         --find         end at the first failure, and succeed with it\n"
     "QVR_REPLAY='...' in the environment repeats one schedule of one scenario.\n";
@@ -31,6 +32,7 @@ using Clock = std::chrono::steady_clock;
 struct Request {
   std::uint64_t schedules = 1'000'000;
   std::uint64_t seed = 1;
+  int deeper = 0;
   std::string only;
   bool find = false;
 };
@@ -48,6 +50,8 @@ Request requestOf(int count, char** arguments) {
       request.schedules = std::stoull(arguments[i]);
     } else if (option == "--seed") {
       request.seed = std::stoull(arguments[i]);
+    } else if (option == "--deeper") {
+      request.deeper = std::stoi(arguments[i]);
     } else if (option == "--only") {
       request.only = arguments[i];
     } else {
@@ -90,6 +94,7 @@ class Explorer {
   void exploreAll(const Scenario& scenario) {
     Options options = scenario.options();
     options.random = 0;
+    options.preemptions += request_.deeper;
     run(scenario, options, " (all)");
   }
 

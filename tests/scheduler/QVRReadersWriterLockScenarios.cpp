@@ -162,6 +162,30 @@ const Scenario nested("QVRReadersWriterLock/holdsInsideAWriteHold", [](Trial& tr
   trial.thread("another", [&shared] { shared.write(); });
 });
 
+// Whoever asks is answered about itself, whatever the others do meanwhile.
+const Scenario answers("QVRReadersWriterLock/answersAreAboutTheCaller", [](Trial& trial) {
+  auto& shared = makeShared(trial);
+  trial.thread("reader", [&shared] {
+    shared.lock.acquireRead();
+    shared.beginReading();
+    require(shared.lock.isLocked() && !shared.lock.isWriteLocked(), "no longer a reader");
+    require(shared.lock.getNestingLevel() >= 1, "not held for reading");
+    shared.endReading();
+    shared.lock.release();
+  });
+  trial.thread("writer", [&shared] {
+    shared.lock.acquireWrite();
+    shared.beginWriting();
+    require(shared.lock.isLocked() && shared.lock.isWriteLocked(), "no longer the writer");
+    require(shared.lock.getNestingLevel() == -1, "not held once for writing");
+    shared.endWriting();
+    shared.lock.release();
+  });
+  trial.thread("stranger", [&shared] {
+    require(!shared.lock.isLocked() && !shared.lock.isWriteLocked(), "a holder without a hold");
+  });
+});
+
 // A reader that comes while a writer waits has the lock after it, also while others
 // read.
 const Scenario preference("QVRReadersWriterLock/waitingWriterGoesFirst", [](Trial& trial) {
