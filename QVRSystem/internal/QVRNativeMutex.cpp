@@ -11,8 +11,6 @@ namespace qvr::internal {
 
 namespace {
 
-constexpr std::uint64_t kNobody = 0;
-
 constinit RecursiveLockStorage orphanLock{};
 const ForkLock forkOrphanLock(ForkRank::OrphanedMutexes, &orphanLock);
 
@@ -105,51 +103,5 @@ bool NativeMutex::close(NativeMutex* mutex) noexcept {
   }
   return error == 0 || error == EBUSY;
 }
-
-NativeMutex::Acquired NativeMutex::acquire(NativeMutex* mutex) noexcept {
-  return mutex == nullptr ? Acquired::kNot : mutex->acquire();
-}
-
-bool NativeMutex::release(NativeMutex* mutex) noexcept {
-  return mutex != nullptr && mutex->release();
-}
-
-NativeMutex::Acquired NativeMutex::acquire() noexcept {
-  if (isHeldByCaller()) {
-    setDepth(depth_.load(std::memory_order_relaxed) + 1);
-    return Acquired::kFromNobody;
-  }
-  const int error = platform::waitMutex(mutex_);
-  if (error != 0 && error != EOWNERDEAD) return Acquired::kNot;
-  if (error == EOWNERDEAD) followLastHolder();
-  holder_.store(currentThreadSerial(), std::memory_order_relaxed);
-  setDepth(1);
-  return error == 0 ? Acquired::kFromNobody : Acquired::kFromEndedHolder;
-}
-
-bool NativeMutex::release() noexcept {
-  if (!isHeldByCaller()) return false;
-  if (const std::uint32_t depth = depth_.load(std::memory_order_relaxed); depth > 1) {
-    setDepth(depth - 1);
-    return true;
-  }
-  // Until it is free and a waiter is awake.
-  const ShortSection section;
-  holder_.store(kNobody, std::memory_order_relaxed);
-  if (platform::releaseMutex(mutex_) == 0) return true;
-  holder_.store(currentThreadSerial(), std::memory_order_relaxed);
-  return false;
-}
-
-bool NativeMutex::isHeldByCaller() const noexcept {
-  return holder_.load(std::memory_order_relaxed) == currentThreadSerial();
-}
-
-void NativeMutex::setDepth(std::uint32_t depth) noexcept {
-  // Pairs with followLastHolder(): a holder writes nothing here after this.
-  depth_.store(depth, std::memory_order_release);
-}
-
-void NativeMutex::followLastHolder() const noexcept { depth_.load(std::memory_order_acquire); }
 
 }  // namespace qvr::internal

@@ -1,9 +1,11 @@
 // The mutex beneath QVRSysMutexLock.
 #pragma once
 
+#include <cerrno>
 #include <cstdint>
 
 #include "QVRSystem/internal/QVRAtomic.h"
+#include "QVRSystem/internal/QVRThreadState.h"
 #include "QVRSystem/platform/QVRPlatformMutex.h"
 
 namespace qvr::internal {
@@ -50,6 +52,8 @@ class NativeMutex {
   friend struct NativeMutexTestAccess;
   friend class OrphanList;
 
+  static constexpr std::uint64_t kNobody = 0;
+
   NativeMutex() = default;
   ~NativeMutex() = default;
 
@@ -65,10 +69,58 @@ class NativeMutex {
 
   // The serial number of the thread that holds it. That of one that ended means
   // nobody, since it is not used again; so no order is needed.
-  Atomic<std::uint64_t> holder_ = 0;
+  Atomic<std::uint64_t> holder_ = kNobody;
   Atomic<std::uint32_t> depth_ = 0;    // the holder's, which writes it last
   NativeMutex* nextOrphan_ = nullptr;  // the list's
   PlatformMutex mutex_;
 };
+
+inline NativeMutex::Acquired NativeMutex::acquire(NativeMutex* mutex) noexcept {
+  return mutex == nullptr ? Acquired::kNot : mutex->acquire();
+}
+
+inline bool NativeMutex::release(NativeMutex* mutex) noexcept {
+  return mutex != nullptr && mutex->release();
+}
+
+inline NativeMutex::Acquired NativeMutex::acquire() noexcept {
+  if (isHeldByCaller()) {
+    setDepth(depth_.load(std::memory_order_relaxed) + 1);
+    return Acquired::kFromNobody;
+  }
+  const int error = platform::waitMutex(mutex_);
+  if (error != 0 && error != EOWNERDEAD) return Acquired::kNot;
+  if (error == EOWNERDEAD) followLastHolder();
+  holder_.store(currentThreadSerial(), std::memory_order_relaxed);
+  setDepth(1);
+  return error == 0 ? Acquired::kFromNobody : Acquired::kFromEndedHolder;
+}
+
+inline bool NativeMutex::release() noexcept {
+  if (!isHeldByCaller()) return false;
+  if (const std::uint32_t depth = depth_.load(std::memory_order_relaxed); depth > 1) {
+    setDepth(depth - 1);
+    return true;
+  }
+  // Until it is free and a waiter is awake.
+  const ShortSection section;
+  holder_.store(kNobody, std::memory_order_relaxed);
+  if (platform::releaseMutex(mutex_) == 0) return true;
+  holder_.store(currentThreadSerial(), std::memory_order_relaxed);
+  return false;
+}
+
+inline bool NativeMutex::isHeldByCaller() const noexcept {
+  return holder_.load(std::memory_order_relaxed) == currentThreadSerial();
+}
+
+inline void NativeMutex::setDepth(std::uint32_t depth) noexcept {
+  // Pairs with followLastHolder(): a holder writes nothing here after this.
+  depth_.store(depth, std::memory_order_release);
+}
+
+inline void NativeMutex::followLastHolder() const noexcept {
+  depth_.load(std::memory_order_acquire);
+}
 
 }  // namespace qvr::internal

@@ -1,5 +1,9 @@
 # One mistake after the other in the shipped sources of the locks; each is found.
 # Where a line of theirs has changed, the mistake is planted anew.
+set(native_mutex_users
+  internal/QVRNativeMutex.cpp
+  QVRThreadsMD.m/src/QVRSysCondition.cpp
+  QVRThreadsMD.m/src/QVRSysMutexLock.cpp)
 set(wait_list_users
   QVRThreadsMD.m/src/QVRReadersWriterLock.cpp
   QVRThreadsMD.m/src/QVRSysCondition.cpp)
@@ -37,11 +41,11 @@ qvr_planted_mistake(PlantedFirstUseForgetsHolds FOUND_BY QVRSysFastMutexLock/fir
 
 # The mutex.
 qvr_planted_mistake(PlantedHolderForgottenTooLate FOUND_BY QVRSysMutexLock/
-  IN internal/QVRNativeMutex.cpp
+  IN internal/QVRNativeMutex.h COMPILED_IN ${native_mutex_users}
   LINE "  holder_.store(kNobody, std::memory_order_relaxed);"
   BECOMES "")
 qvr_planted_mistake(PlantedEndOfHolderUntold FOUND_BY QVRSysMutexLock/holderEnds
-  IN internal/QVRNativeMutex.cpp
+  IN internal/QVRNativeMutex.h COMPILED_IN ${native_mutex_users}
   LINE "  return error == 0 ? Acquired::kFromNobody : Acquired::kFromEndedHolder;"
   BECOMES "  return Acquired::kFromNobody;")
 
