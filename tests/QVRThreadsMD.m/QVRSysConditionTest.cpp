@@ -8,7 +8,6 @@
 #include <memory>
 #include <random>
 #include <thread>
-#include <type_traits>
 #include <vector>
 
 #include "QVRSysMutexLock.h"
@@ -43,6 +42,15 @@ class QVRSysConditionTest : public testing::Test {
     return waiter;
   }
 
+  /// Has the thread wait once with so many holds of the mutex, which it keeps.
+  void beginWaitOf(CommandedThread& waiter, int holds) {
+    waiter.start([this, holds] {
+      for (int i = 0; i < holds; ++i) mutex_.acquire();
+      condition_.wait();
+    });
+    EXPECT_TRUE(waiter.sleeps());
+  }
+
   /// Has the thread take the mutex and give it back.
   void beginVisit(CommandedThread& visitor) {
     visitor.start([this] {
@@ -54,6 +62,15 @@ class QVRSysConditionTest : public testing::Test {
   void visit() {
     CommandedThread visitor;
     beginVisit(visitor);
+  }
+
+  /// Leaves the mutex free.
+  void expectHeldOnceBy(CommandedThread& holder) {
+    CommandedThread visitor;
+    beginVisit(visitor);
+    EXPECT_TRUE(visitor.sleeps());
+    holder.run([this] { mutex_.release(); });
+    visitor.finish();
   }
 
   AssertRecorder asserts_;
@@ -195,19 +212,13 @@ TEST_F(QVRSysConditionTest, SignalsOfTheSystemWakeNobody) {
 
 TEST_F(QVRSysConditionTest, TheMutexIsFreeDuringAWaitAndHeldAfterIt) {
   CommandedThread waiter;
-  waiter.start([&] {
-    mutex_.acquire();
-    condition_.wait();
-  });
-  EXPECT_TRUE(waiter.sleeps());
+  beginWaitOf(waiter, 1);
   visit();
 
   condition_.signal();
   waiter.finish();
-  CommandedThread visitor;
-  beginVisit(visitor);
-  EXPECT_TRUE(visitor.sleeps());
-  waiter.run([&] { mutex_.release(); });
+
+  expectHeldOnceBy(waiter);
 }
 
 TEST_F(QVRSysConditionTest, AWaitGivesBackOneHoldOfSeveral) {
@@ -215,11 +226,7 @@ TEST_F(QVRSysConditionTest, AWaitGivesBackOneHoldOfSeveral) {
     SCOPED_TRACE(depth);
     CommandedThread waiter;
     CommandedThread visitor;
-    waiter.start([&] {
-      for (int i = 0; i < depth; ++i) mutex_.acquire();
-      condition_.wait();
-    });
-    EXPECT_TRUE(waiter.sleeps());
+    beginWaitOf(waiter, depth);
     beginVisit(visitor);
     EXPECT_TRUE(visitor.sleeps()) << "the waiter keeps the mutex";
 
@@ -239,11 +246,7 @@ TEST_F(QVRSysConditionTest, AWaiterTakesOverTheMutexOfAThreadThatEndedWithoutARe
   for (const ThreadEnding& ending : threadEndings()) {
     SCOPED_TRACE(ending.name);
     CommandedThread waiter;
-    waiter.start([&] {
-      mutex_.acquire();
-      condition_.wait();
-    });
-    EXPECT_TRUE(waiter.sleeps());
+    beginWaitOf(waiter, 1);
 
     ending.run([&] {
       mutex_.acquire();
@@ -252,24 +255,19 @@ TEST_F(QVRSysConditionTest, AWaiterTakesOverTheMutexOfAThreadThatEndedWithoutARe
     });
     waiter.finish();
 
-    waiter.run([&] { mutex_.release(); });
-    visit();  // held once, whatever the holder before had
+    expectHeldOnceBy(waiter);
   }
 }
 
 TEST_F(QVRSysConditionTest, AWaiterWithoutTheMutexHasItAfterwards) {
   CommandedThread waiter;
-  waiter.start([&] { condition_.wait(); });
-  EXPECT_TRUE(waiter.sleeps());
+  beginWaitOf(waiter, 0);
   visit();
 
   condition_.signal();
   waiter.finish();
 
-  CommandedThread visitor;
-  beginVisit(visitor);
-  EXPECT_TRUE(visitor.sleeps());
-  waiter.run([&] { mutex_.release(); });
+  expectHeldOnceBy(waiter);
 }
 
 TEST_F(QVRSysConditionTest, TwoConditionsOfOneMutexAreApart) {
@@ -300,24 +298,20 @@ TEST_F(QVRSysConditionTest, IsUsableThroughItsInterface) {
 }
 
 TEST_F(QVRSysConditionTest, ItCanGoOnceItsLastWaiterIsBack) {
-  // Final, and so deleted as what it is: conditions have no virtual destructor.
-  struct Condition final : QVRSysCondition {
-    using QVRSysCondition::QVRSysCondition;
-  };
+  CommandedThread waiter;
   for (int i = 0; i < 200; ++i) {
-    auto condition = std::make_unique<Condition>(mutex_);
-    bool signalled = false;
-    CommandedThread waiter;
+    QVRSysCondition* signalled = nullptr;
     waiter.start([&] {
+      QVRSysCondition condition(mutex_);
       mutex_.acquire();
-      while (!signalled) condition->wait();
-      condition.reset();
+      signalled = &condition;
+      condition.wait();
       mutex_.release();
     });
+    EXPECT_TRUE(waiter.sleeps());
 
     mutex_.acquire();
-    signalled = true;
-    condition->signal();  // with the mutex: the waiter cannot be back before
+    signalled->signal();  // with the mutex: the waiter cannot be back before
     mutex_.release();
     waiter.finish();
   }
@@ -465,17 +459,6 @@ TEST_F(QVRSysConditionTest, EachSignalWakesExactlyOneThread) {
   });
 
   EXPECT_EQ(returned, kWaiters * kWaits);
-}
-
-TEST_F(QVRSysConditionTest, IsTheConditionThatItsInterfaceSays) {
-  static_assert(std::is_base_of_v<QVRSysICondition, QVRSysCondition>);
-  static_assert(!std::has_virtual_destructor_v<QVRSysICondition>);
-  static_assert(!std::has_virtual_destructor_v<QVRSysCondition>);
-  static_assert(std::is_abstract_v<QVRSysICondition>);
-  static_assert(!std::is_copy_constructible_v<QVRSysCondition>);
-  static_assert(!std::is_copy_assignable_v<QVRSysCondition>);
-  static_assert(!std::is_move_constructible_v<QVRSysCondition>);
-  static_assert(!std::is_final_v<QVRSysCondition>);
 }
 
 }  // namespace
