@@ -23,12 +23,12 @@ bool isAsleep(pid_t thread) {
 CommandedThread::CommandedThread() : thread_([this] { obey(); }) { finish(); }
 
 CommandedThread::~CommandedThread() {
-  finish();
   start({});
   thread_.join();
 }
 
 void CommandedThread::start(std::function<void()> action) {
+  finish();
   action_ = std::move(action);
   stage_ = kTold;
   stage_.notify_all();

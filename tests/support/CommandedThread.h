@@ -28,7 +28,8 @@ class CommandedThread {
   CommandedThread(const CommandedThread&) = delete;
   CommandedThread& operator=(const CommandedThread&) = delete;
 
-  /// Has the action carried out and returns at once; the one before is over.
+  /// Has the action carried out and returns at once, or as soon as the one before is
+  /// over.
   void start(std::function<void()> action);
 
   /// Waits until the action is over.
