@@ -2,20 +2,24 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <fstream>
 #include <string>
 #include <utility>
 
 namespace {
 
-// The state of the thread as the kernel tells it: the letter behind the name, which
-// is in parentheses.
-bool isAsleep(pid_t thread) {
-  std::ifstream in("/proc/self/task/" + std::to_string(thread) + "/stat");
-  std::string line;
-  std::getline(in, line);
-  const auto name = line.rfind(')');
-  return name != std::string::npos && line.compare(name, 3, ") S") == 0;
+// How often the thread has gone to sleep, if it sleeps, as the kernel counts.
+std::optional<long> sleepOf(pid_t thread) {
+  const std::string kState = "State:\t";
+  const std::string kSleeps = "voluntary_ctxt_switches:\t";
+  std::ifstream in("/proc/self/task/" + std::to_string(thread) + "/status");
+  bool asleep = false;
+  for (std::string line; std::getline(in, line);) {
+    if (line.starts_with(kState)) asleep = line[kState.size()] == 'S';
+    if (asleep && line.starts_with(kSleeps)) return std::stol(line.substr(kSleeps.size()));
+  }
+  return std::nullopt;
 }
 
 }  // namespace
@@ -48,9 +52,31 @@ bool CommandedThread::sleeps() const {
     const Stage stage = stage_;
     if (stage == kIdle) return false;
     // Asleep and, as it is acting still, not waiting for its next action.
-    if (stage == kActing && isAsleep(id_) && stage_ == kActing) return true;
+    if (stage == kActing && sleepOf(id_) && stage_ == kActing) return true;
     std::this_thread::yield();
   }
+}
+
+void CommandedThread::awaitRest(const std::vector<std::unique_ptr<CommandedThread>>& threads) {
+  const auto look = [&] {
+    std::vector<Rest> result;
+    for (const auto& thread : threads) result.push_back(thread->rest());
+    return result;
+  };
+  const auto isOver = [](const Rest& rest) { return !rest.busy || rest.sleep; };
+  for (;;) {
+    // Where two looks tell of the same sleeps, nobody ran between them.
+    const std::vector<Rest> seen = look();
+    if (std::all_of(seen.begin(), seen.end(), isOver) && look() == seen) return;
+    std::this_thread::yield();
+  }
+}
+
+CommandedThread::Rest CommandedThread::rest() const {
+  const Stage stage = stage_;
+  if (stage != kActing) return {stage != kIdle, std::nullopt};
+  const std::optional<long> sleep = sleepOf(id_);
+  return {isBusy(), sleep};
 }
 
 void CommandedThread::obey() {

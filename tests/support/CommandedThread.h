@@ -6,7 +6,10 @@
 
 #include <atomic>
 #include <functional>
+#include <memory>
+#include <optional>
 #include <thread>
+#include <vector>
 
 /// A thread that carries out one action after the other, as an owner of locks that
 /// a test directs; and that tells whether it sleeps in the middle of one.
@@ -45,12 +48,25 @@ class CommandedThread {
   /// what the test does next can wake it. @return whether it sleeps.
   bool sleeps() const;
 
+  /// Waits until each of the threads is idle or sleeps in its action, and none of
+  /// them can be woken by another any more.
+  static void awaitRest(const std::vector<std::unique_ptr<CommandedThread>>& threads);
+
   pthread_t nativeHandle() { return thread_.native_handle(); }
 
  private:
   enum Stage { kIdle, kTold, kActing };
 
+  /// A busy thread's sleep, by its number; none where it runs.
+  struct Rest {
+    bool busy;
+    std::optional<long> sleep;
+
+    bool operator==(const Rest&) const = default;
+  };
+
   void obey();
+  Rest rest() const;
 
   std::atomic<Stage> stage_{kTold};  // until the thread runs
   std::function<void()> action_;     // empty: end
