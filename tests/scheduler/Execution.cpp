@@ -40,6 +40,7 @@ bool Execution::run(const std::function<void(Trial&)>& scenario, Strategy& strat
 void Execution::prepare(Strategy& strategy, std::uint32_t stepLimit) {
   strategy_ = &strategy;
   stepLimit_ = stepLimit;
+  trial_.clear();  // of one whose set-up ended in an exception
   trace_.clear();
   failure_.clear();
   std::fill(std::begin(threads_), std::end(threads_), Thread());

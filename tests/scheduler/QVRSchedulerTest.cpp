@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <exception>
@@ -539,6 +540,69 @@ TEST(QVRSchedulerTest, TooManyThreadsAreRefused) {
   };
 
   EXPECT_THROW(explore("threads", addNine), std::length_error);
+  EXPECT_EQ(explore("update", loseUpdate, exhaustive(0)).failure, "");
+}
+
+TEST(QVRSchedulerTest, GateKeepsThreadsUntilItOpens) {
+  const auto failure = [](bool opens) {
+    return explore(
+               "gate",
+               [opens](Trial& trial) {
+                 auto& gate = trial.make<Gate>();
+                 trial.label(gate, "gate");
+                 for (const char* name : {"A", "B"}) {
+                   trial.thread(name, [&gate] {
+                     gate.pass();
+                     require(gate.isOpen(), "past a closed gate");
+                   });
+                 }
+                 trial.thread("opener", [&gate, opens] {
+                   if (opens) gate.open();
+                 });
+               },
+               exhaustive(kUnbounded))
+        .failure;
+  };
+
+  EXPECT_EQ(failure(true), "");
+  EXPECT_THAT(failure(false), HasSubstr("nobody can run: A sleeps on gate; B sleeps on gate\n"));
+}
+
+TEST(QVRSchedulerTest, MutexOfAThreadThatEndedTellsTheNextToGetIt) {
+  struct Mutex : qvr::PlatformMutex {
+    Mutex() { qvr::platform::createMutex(*this); }
+    ~Mutex() { qvr::platform::closeMutex(*this); }
+  };
+  const Report report = explore(
+      "mutex",
+      [](Trial& trial) {
+        auto& mutex = trial.make<Mutex>();
+        auto& told = trial.make<int>(0);
+        trial.thread("ends", [&] { told += qvr::platform::waitMutex(mutex) == EOWNERDEAD; });
+        for (const char* name : {"A", "B"}) {
+          trial.thread(name, [&] {
+            told += qvr::platform::waitMutex(mutex) == EOWNERDEAD;
+            qvr::platform::releaseMutex(mutex);
+          });
+        }
+        trial.atEnd([&] {
+          told += qvr::platform::waitMutex(mutex) == EOWNERDEAD;
+          qvr::platform::releaseMutex(mutex);
+          require(told == 1, "not told once");
+        });
+      },
+      exhaustive(kUnbounded));
+
+  EXPECT_EQ(report.failure, "");
+}
+
+TEST(QVRSchedulerDeathTest, CheckThatWaitsForALockEndsTheProcess) {
+  const auto waitAtEnd = [](Trial& trial) {
+    auto& word = trial.make<std::uint32_t>();
+    trial.atEnd([&word] { waitWhile(word, 0); });
+  };
+
+  EXPECT_DEATH(explore("check", waitAtEnd, exhaustive(0)), "waits for a lock that is held");
 }
 
 }  // namespace
