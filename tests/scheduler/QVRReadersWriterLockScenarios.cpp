@@ -1,12 +1,23 @@
 // The readers-writer lock.
 #include "QVRReadersWriterLock.h"
 
+#include <cstdint>
+
 #include "QVREInternalError.h"
 #include "scheduler/QVRScheduler.h"
 #include "scheduler/Scenarios.h"
 
+// Looks without the monitor, which a thread may hold: between two steps of the lock both
+// are right all the same.
 struct QVRReadersWriterLockTestAccess {
   static bool isValid(const QVRReadersWriterLock& lock) { return lock.isValid(); }
+
+  static int nestingLevel(const QVRReadersWriterLock& lock) {
+    constexpr std::uint64_t kInTable = ~std::uint64_t{0};
+    const std::uint64_t word = lock.word_.load();
+    return word == kInTable ? lock.lockCount_
+                            : static_cast<std::int32_t>(static_cast<std::uint32_t>(word));
+  }
 };
 
 namespace {
@@ -44,6 +55,12 @@ class Shared {
   }
   void endWriting() { --writers_; }
 
+  /// Whether the lock counts those that are inside.
+  bool isCounted() const {
+    const int level = QVRReadersWriterLockTestAccess::nestingLevel(lock);
+    return writers_ > 0 ? level < 0 : readers_ == 0 || level >= readers_;
+  }
+
   QVRReadersWriterLock lock;
 
  private:
@@ -60,6 +77,7 @@ Shared& makeShared(Trial& trial) {
   trial.label(shared.lock, "lock");
   trial.invariant("the table's holds are the lock's",
                   [&shared] { return QVRReadersWriterLockTestAccess::isValid(shared.lock); });
+  trial.invariant("whoever is inside is counted", [&shared] { return shared.isCounted(); });
   trial.atEnd([&shared] { require(shared.lock.getNestingLevel() == 0, "the lock is not free"); });
   return shared;
 }
