@@ -81,7 +81,9 @@ function(qvr_planted_mistake name)
     cmake_path(GET arg_IN PARENT_PATH neighbours)
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/QVRSystem/${neighbours})
   endif()
-  # Without the warnings: a mistake may leave something unused.
+  # Soon found, and so not worth optimising. Without the warnings: a mistake may leave
+  # something unused.
+  target_compile_options(${name} PRIVATE -O0)
   target_link_libraries(${name} PRIVATE ${planted_library} QVRExploreMain)
   add_test(NAME Scheduler.${name} COMMAND ${name} --find --only ${arg_FOUND_BY})
 endfunction()
