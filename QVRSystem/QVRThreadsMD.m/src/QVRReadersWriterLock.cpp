@@ -227,8 +227,8 @@ std::size_t QVRReadersWriterLock::findFreeEntry() const {
 // Room for every thread that holds the lock or waits, so that none fails for lack of
 // memory once it was woken: the wake-up would be lost to the others.
 void QVRReadersWriterLock::reserveEntry() {
-  const auto waiting = static_cast<std::size_t>(readers_.count + writers_.count);
-  const std::size_t entries = holders_.size() + waiting + 1;
+  const std::int32_t waiting = readers_.count + writers_.count;
+  const std::size_t entries = holders_.size() + static_cast<std::size_t>(waiting) + 1;
   if (entries > holders_.capacity()) grow(std::max(entries, 2 * holders_.capacity()));
 }
 
