@@ -33,8 +33,8 @@ class QVRSYSTEM_API QVRSysCondition : public QVRSysICondition {
   QVRSysCondition(const QVRSysCondition&) = delete;
   QVRSysCondition& operator=(const QVRSysCondition&) = delete;
 
-  /// Wakes the thread that has waited longest, if one waits. With the mutex held
-  /// or without.
+  /// Wakes the thread that has waited longest, if one waits. With the mutex held,
+  /// that thread runs once it is given back; or without.
   void signal() override;
 
   /// Wakes every thread that waits now, and waits for none of them to run. To be

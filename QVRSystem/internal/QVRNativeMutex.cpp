@@ -93,7 +93,10 @@ int NativeMutex::create(NativeMutex*& made) noexcept {
 
 bool NativeMutex::close(NativeMutex* mutex) noexcept {
   if (mutex == nullptr) return false;
-  if (mutex->isHeldByCaller()) platform::releaseMutex(mutex->mutex_);
+  if (mutex->isHeldByCaller()) {
+    platform::releaseMutex(mutex->mutex_);
+    giveDeferredWake();
+  }
   mutex->followLastHolder();
   const int error = platform::closeMutex(mutex->mutex_);
   if (error == 0) {

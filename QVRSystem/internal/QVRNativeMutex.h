@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "QVRSystem/internal/QVRAtomic.h"
+#include "QVRSystem/internal/QVRDeferredWake.h"
 #include "QVRSystem/internal/QVRThreadState.h"
 #include "QVRSystem/platform/QVRPlatformMutex.h"
 
@@ -41,9 +42,14 @@ class NativeMutex {
   /// holder ended, once.
   static Acquired acquire(NativeMutex* mutex) noexcept;
 
-  /// Gives one hold back; where that fails, or the caller holds none, changes nothing.
+  /// Gives one hold back, and with the last one the deferred wake-up; where that fails, or the
+  /// caller holds none, changes nothing.
   /// @return whether it was given back.
   static bool release(NativeMutex* mutex) noexcept;
+
+  static bool isHeldByCaller(const NativeMutex* mutex) noexcept {
+    return mutex != nullptr && mutex->isHeldByCaller();
+  }
 
   NativeMutex(const NativeMutex&) = delete;
   NativeMutex& operator=(const NativeMutex&) = delete;
@@ -105,7 +111,10 @@ inline bool NativeMutex::release() noexcept {
   // Until it is free and a waiter is awake.
   const ShortSection section;
   holder_.store(kNobody, std::memory_order_relaxed);
-  if (platform::releaseMutex(mutex_) == 0) return true;
+  if (platform::releaseMutex(mutex_) == 0) {
+    giveDeferredWake();
+    return true;
+  }
   holder_.store(currentThreadSerial(), std::memory_order_relaxed);
   return false;
 }

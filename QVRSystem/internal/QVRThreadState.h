@@ -9,8 +9,10 @@
 namespace qvr::internal {
 
 struct ThreadState {
-  std::uint32_t shortSections = 0;  // how many the thread is inside
-  std::uint64_t serial = 0;         // its number in the process; 0 until first asked for
+  std::uint32_t shortSections = 0;        // how many the thread is inside
+  std::uint64_t serial = 0;               // its number in the process; 0 until first asked for
+  std::uint32_t* deferredWake = nullptr;  // as QVRDeferredWake.h says
+  bool isEndWatched = false;              // whether its end makes up for that
 };
 
 // Initial-exec: one read to reach, and safe to read in a signal handler.
@@ -35,6 +37,18 @@ std::uint64_t makeThreadSerial() noexcept;
 inline std::uint64_t currentThreadSerial() noexcept {
   const std::uint64_t serial = threadState.serial;
   return serial != 0 ? serial : makeThreadSerial();
+}
+
+/// The word of the calling thread's deferred wake-up; null where there is none.
+inline std::uint32_t*& deferredWake() noexcept { return threadState.deferredWake; }
+
+/// Has the end of the calling thread noticed, for the first time or again.
+bool startWatchingThreadEnd() noexcept;
+
+/// Sees to it that the calling thread's deferred wake-up is given when it ends.
+/// @return whether it will be.
+inline bool watchThreadEnd() noexcept {
+  return threadState.isEndWatched || startWatchingThreadEnd();
 }
 
 /// Marks a short critical section of the library for its scope: whoever would

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "QVRSystem/internal/QVRAtomic.h"
+#include "QVRSystem/internal/QVRDeferredWake.h"
 
 namespace qvr::internal {
 
@@ -23,14 +24,20 @@ class Waiter {
   }
 
   /// Ends the wait of one that is on no list any more, and may be gone at once.
-  void wake() noexcept {
-    std::uint32_t* const address = &state_;
-    AtomicWord(state_).store(kWoken, std::memory_order_release);
-    wakeOne(address);
-  }
+  void wake() noexcept { wakeOne(endWait()); }
+
+  /// As wake(), but the thread goes on sleeping until the caller has given back the
+  /// mutex that it holds.
+  void wakeBehindMutex() noexcept { deferWake(endWait()); }
 
  private:
   friend class WaitList;
+
+  std::uint32_t* endWait() noexcept {
+    std::uint32_t* const address = &state_;
+    AtomicWord(state_).store(kWoken, std::memory_order_release);
+    return address;
+  }
 
   static constexpr std::uint32_t kWaiting = 0;
   static constexpr std::uint32_t kWoken = 1;

@@ -39,6 +39,16 @@ int holdCancellation(int& before) noexcept;
 /// Lets them do again what they did before.
 int restoreCancellation(int before) noexcept;
 
+/// Makes a key of which every thread can have a value of its own; where that is not
+/// null when the thread ends, by itself or cancelled, `atEnd` gets it.
+int createThreadKey(std::uint32_t& key, void (*atEnd)(void*)) noexcept;
+
+/// Gives the calling thread its value of the key.
+int setThreadValue(std::uint32_t key, void* value) noexcept;
+
+/// Ends the key; `atEnd` is called for it no more.
+int closeThreadKey(std::uint32_t key) noexcept;
+
 /// Has the three called around every fork from now on: `prepare` before it,
 /// `parent` and `child` behind it in the respective process.
 int atFork(void (*prepare)(), void (*parent)(), void (*child)()) noexcept;

@@ -103,6 +103,7 @@ void Execution::runBody(unsigned index) {
 
 void Execution::end(unsigned index) {
   if (threads_[index].shortSections != 0) fail("a thread ended inside a short section");
+  if (threads_[index].deferredWake != nullptr) wakeOne(threads_[index].deferredWake);
   abandonMutexesOf(index + 1);
   alive_ &= ~bit(index);
   awake_ &= ~bit(index);
@@ -275,6 +276,8 @@ bool happensForNoReason() noexcept { return Execution::instance().happensForNoRe
 std::uint32_t threadNumber() noexcept { return Execution::instance().current() + 1; }
 
 std::uint32_t& shortSections() noexcept { return Execution::instance().shortSections(); }
+
+std::uint32_t*& deferredWake() noexcept { return Execution::instance().deferredWake(); }
 
 void refuseToWait() noexcept {
   std::fputs("Set-up, an invariant or a check of a scenario waits for a lock that is held.\n",

@@ -52,6 +52,7 @@ class Execution {
   bool happensForNoReason() { return strategy_->happensForNoReason(); }
   unsigned current() const noexcept { return fibers_.current(); }
   std::uint32_t& shortSections() noexcept { return threads_[current()].shortSections; }
+  std::uint32_t*& deferredWake() noexcept { return threads_[current()].deferredWake; }
 
  private:
   struct Thread {
@@ -59,6 +60,7 @@ class Execution {
     ThreadSet goesAfter = 0;  // those that it yielded to and that did nothing since
     bool fresh = true;        // it was chosen for the operation that it comes to next
     std::uint32_t shortSections = 0;
+    std::uint32_t* deferredWake = nullptr;
   };
 
   Execution();

@@ -50,6 +50,11 @@ qvr_planted_mistake(PlantedEndOfHolderUntold FOUND_BY QVRSysMutexLock/holderEnds
   BECOMES "  return Acquired::kFromNobody;")
 
 # The condition.
+qvr_planted_mistake(PlantedDeferredWakeForgotten FOUND_BY QVRSysCondition/
+  IN internal/QVRNativeMutex.h COMPILED_IN ${native_mutex_users}
+  LINE "  if (platform::releaseMutex(mutex_) == 0) {
+    giveDeferredWake();"
+  BECOMES "  if (platform::releaseMutex(mutex_) == 0) {")
 qvr_planted_mistake(PlantedReleaseBeforeTheQueue FOUND_BY QVRSysCondition/
   IN QVRThreadsMD.m/src/QVRSysCondition.cpp
   LINE "  append(self);

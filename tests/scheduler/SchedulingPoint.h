@@ -64,6 +64,9 @@ std::uint32_t threadNumber() noexcept;
 /// How many short sections the caller is inside.
 std::uint32_t& shortSections() noexcept;
 
+/// What the caller is to wake when it ends; null where there is nothing.
+std::uint32_t*& deferredWake() noexcept;
+
 /// Ends the process: somebody who is no thread of a scenario would wait for ever.
 [[noreturn]] void refuseToWait() noexcept;
 

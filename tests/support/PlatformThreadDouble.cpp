@@ -10,19 +10,27 @@ QVR_REAL_FUNCTION(waitWhile)
 QVR_REAL_FUNCTION(wake)
 QVR_REAL_FUNCTION(holdCancellation)
 QVR_REAL_FUNCTION(restoreCancellation)
+QVR_REAL_FUNCTION(createThreadKey)
+QVR_REAL_FUNCTION(setThreadValue)
+QVR_REAL_FUNCTION(closeThreadKey)
 QVR_REAL_FUNCTION(atFork)
 
 namespace qvr::platform {
 
 using platform_double::forward;
 
-// Lock words and identifiers go straight to the system: the plan itself is
-// guarded by a lock, and the library has no failure of these to handle.
+// Lock words, identifiers and what static objects call go straight to the system:
+// the plan itself is guarded by a lock, and the library has no failure of these to
+// handle.
 int threadId(std::uint32_t& id) noexcept { return posix::threadId(id); }
 int waitWhile(std::uint32_t& word, std::uint32_t expected) noexcept {
   return posix::waitWhile(word, expected);
 }
 int wake(std::uint32_t* word, int count) noexcept { return posix::wake(word, count); }
+int createThreadKey(std::uint32_t& key, void (*atEnd)(void*)) noexcept {
+  return posix::createThreadKey(key, atEnd);
+}
+int closeThreadKey(std::uint32_t key) noexcept { return posix::closeThreadKey(key); }
 
 int processId(std::uint32_t& id) noexcept { return forward("processId", &posix::processId, id); }
 int processorCount(std::uint64_t& count) noexcept {
@@ -37,6 +45,9 @@ int holdCancellation(int& before) noexcept {
 }
 int restoreCancellation(int before) noexcept {
   return forward("restoreCancellation", &posix::restoreCancellation, before);
+}
+int setThreadValue(std::uint32_t key, void* value) noexcept {
+  return forward("setThreadValue", &posix::setThreadValue, key, value);
 }
 int atFork(void (*prepare)(), void (*parent)(), void (*child)()) noexcept {
   return forward("atFork", &posix::atFork, prepare, parent, child);

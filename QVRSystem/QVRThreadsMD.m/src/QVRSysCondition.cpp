@@ -15,7 +15,12 @@ void QVRSysCondition::signal() {
   ShortHold hold(queueLock_);
   Waiter* const first = WaitList(waiters_).takeFirst();
   hold.release();
-  if (first != nullptr) first->wake();
+  if (first == nullptr) return;
+  if (NativeMutex::isHeldByCaller(lock_.native_)) {
+    first->wakeBehindMutex();
+  } else {
+    first->wake();
+  }
 }
 
 void QVRSysCondition::signalAll() {

@@ -65,6 +65,17 @@ int holdCancellation(int& before) noexcept {
 
 int restoreCancellation(int before) noexcept { return pthread_setcancelstate(before, nullptr); }
 
+int createThreadKey(std::uint32_t& key, void (*atEnd)(void*)) noexcept {
+  static_assert(sizeof(pthread_key_t) == sizeof(key));
+  return pthread_key_create(&key, atEnd);
+}
+
+int setThreadValue(std::uint32_t key, void* value) noexcept {
+  return pthread_setspecific(key, value);
+}
+
+int closeThreadKey(std::uint32_t key) noexcept { return pthread_key_delete(key); }
+
 int atFork(void (*prepare)(), void (*parent)(), void (*child)()) noexcept {
   return pthread_atfork(prepare, parent, child);
 }

@@ -15,6 +15,11 @@ inline std::uint32_t refreshThreadId() noexcept { return currentThreadId(); }
 
 inline std::uint64_t currentThreadSerial() noexcept { return scheduler::threadNumber(); }
 
+inline std::uint32_t*& deferredWake() noexcept { return scheduler::deferredWake(); }
+
+/// The scheduler gives the wake-up of a thread that ends.
+inline bool watchThreadEnd() noexcept { return scheduler::onThread(); }
+
 /// The scheduler fails a thread that ends inside one.
 class ShortSection {
  public:
