@@ -26,7 +26,7 @@ struct Probe : QVRSysCriticalSection {
 
 /// Whether nobody holds it: the native lock is two words of zero then.
 bool isFree(const QVRSysCriticalSection& lock) {
-  constexpr std::uint32_t kFree[2] = {};
+  constexpr qvr::internal::RecursiveLockStorage kFree = {};
   return std::memcmp(lock.getNativeLock(), kFree, sizeof kFree) == 0;
 }
 
