@@ -42,8 +42,8 @@ class NativeMutex {
   /// holder ended, once.
   static Acquired acquire(NativeMutex* mutex) noexcept;
 
-  /// Gives one hold back, and with the last one the deferred wake-up; where that fails, or the
-  /// caller holds none, changes nothing.
+  /// Gives one hold back, and with the last one the deferred wake-up; where that
+  /// fails, or the caller holds none, changes nothing.
   /// @return whether it was given back.
   static bool release(NativeMutex* mutex) noexcept;
 

@@ -1,15 +1,15 @@
 // What the library keeps per thread.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
-#include <utility>
 
 #include "QVRThreadIdAccess.h"
 
 namespace qvr::internal {
 
 struct ThreadState {
-  std::uint32_t shortSections = 0;        // how many the thread is inside
+  std::atomic<std::uint32_t> shortSections = 0;  // how many the thread is inside
   std::uint64_t serial = 0;               // its number in the process; 0 until first asked for
   std::uint32_t* deferredWake = nullptr;  // as QVRDeferredWake.h says
   bool isEndWatched = false;              // whether its end makes up for that
@@ -53,20 +53,46 @@ inline bool watchThreadEnd() noexcept {
 
 /// Marks a short critical section of the library for its scope: whoever would
 /// suspend or end the thread lets it out first. No caller's code runs inside.
+///
+/// Only the thread itself writes its marks; its signal handlers read them, for which
+/// the fences keep the compiler from moving the section out from between its marks.
 class ShortSection {
  public:
-  ShortSection() noexcept { ++threadState.shortSections; }
-  ~ShortSection() { --threadState.shortSections; }
+  ShortSection() noexcept {
+    setMarks(marks() + 1);
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+  }
+  ~ShortSection() {
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    setMarks(marks() - 1);
+  }
 
   ShortSection(const ShortSection&) = delete;
   ShortSection& operator=(const ShortSection&) = delete;
+
+ private:
+  friend class ShortSectionPause;
+
+  static std::uint32_t marks() noexcept {
+    return threadState.shortSections.load(std::memory_order_relaxed);
+  }
+  static void setMarks(std::uint32_t marks) noexcept {
+    threadState.shortSections.store(marks, std::memory_order_relaxed);
+  }
 };
 
-/// Takes all marks off for its scope, in which a caller's code runs.
+/// Takes all marks off for its scope, in which a caller's code runs or the thread
+/// sleeps.
 class ShortSectionPause {
  public:
-  ShortSectionPause() noexcept : marks_(std::exchange(threadState.shortSections, 0)) {}
-  ~ShortSectionPause() { threadState.shortSections = marks_; }
+  ShortSectionPause() noexcept : marks_(ShortSection::marks()) {
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    ShortSection::setMarks(0);
+  }
+  ~ShortSectionPause() {
+    ShortSection::setMarks(marks_);
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+  }
 
   ShortSectionPause(const ShortSectionPause&) = delete;
   ShortSectionPause& operator=(const ShortSectionPause&) = delete;
