@@ -27,6 +27,7 @@ class QVRSYSTEM_API QVR_CAPABILITY("mutex") QVRAtomicLock {
   // Pairs with the exchange in acquire(): what this holder wrote is visible to the next.
   void release() noexcept QVR_RELEASE() { word_.store(kFree, std::memory_order_release); }
 
+  // Pairs with release() too: whoever sees the lock free sees what its holder wrote.
   bool isLocked() const noexcept { return word_.load(std::memory_order_acquire) == kHeld; }
 
  private:

@@ -28,6 +28,7 @@ class QVRSYSTEM_API QVRSpinLock : public QVRSysIMutexLock {
   QVRSpinLock(const QVRSpinLock&) = delete;
   QVRSpinLock& operator=(const QVRSpinLock&) = delete;
 
+  // The analysis does not see that this lock and the one inside are one.
   void acquire() override QVR_ACQUIRE() QVR_NO_THREAD_SAFETY_ANALYSIS {
     if (!lock_.acquire()) acquireSlowly();
   }

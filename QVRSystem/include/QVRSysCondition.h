@@ -33,8 +33,10 @@ class QVRSYSTEM_API QVRSysCondition : public QVRSysICondition {
   QVRSysCondition(const QVRSysCondition&) = delete;
   QVRSysCondition& operator=(const QVRSysCondition&) = delete;
 
-  /// Wakes the thread that has waited longest, if one waits. With the mutex held,
-  /// that thread runs once it is given back; or without.
+  /// Wakes the thread that has waited longest, if one waits. With the mutex held or
+  /// without; with it held, that thread runs once the mutex is given back, or its
+  /// holder has ended. Only a holder that ends by the bare system call, past the C
+  /// library, takes the wake-up with it.
   void signal() override;
 
   /// Wakes every thread that waits now, and waits for none of them to run. To be
