@@ -1,6 +1,10 @@
 // Scenarios that hold for every lock with acquire() and release().
 #pragma once
 
+#include <algorithm>
+#include <iterator>
+#include <new>
+
 #include "scheduler/QVRScheduler.h"
 
 namespace qvr::scheduler {
@@ -73,6 +77,52 @@ void releaseUnheld(Trial& trial) {
     trial.thread(name, [&locked] { locked.pass(); });
   }
   trial.thread("stranger", [&locked] { locked.lock.release(); });
+}
+
+/// A lock that may be destroyed, in storage that shows whether it is touched afterwards.
+template <class Lock>
+class Destructible {
+ public:
+  Destructible() { new (storage_) Lock; }
+
+  Lock& lock() { return *std::launder(reinterpret_cast<Lock*>(storage_)); }
+
+  void destroy() {
+    lock().Lock::~Lock();  // qualified: that of some locks is not virtual
+    std::fill(std::begin(storage_), std::end(storage_), kGone);
+  }
+
+  bool isUntouched() const {
+    return std::all_of(std::begin(storage_), std::end(storage_),
+                       [](unsigned char byte) { return byte == kGone; });
+  }
+
+ private:
+  static constexpr unsigned char kGone = 0xA5;
+
+  alignas(Lock) unsigned char storage_[sizeof(Lock)];
+};
+
+template <class Lock>
+Destructible<Lock>& makeDestructible(Trial& trial) {
+  auto& shared = trial.make<Destructible<Lock>>();
+  trial.atEnd([&shared] { require(shared.isUntouched(), "written to after its destruction"); });
+  return shared;
+}
+
+/// Whoever takes the lock last destroys it once its own release() has returned.
+template <class Lock>
+void destroyByLastUser(Trial& trial) {
+  auto& shared = makeDestructible<Lock>(trial);
+  auto& users = trial.make<int>(3);
+  for (const char* name : {"A", "B", "C"}) {
+    trial.thread(name, [&] {
+      shared.lock().acquire();
+      const bool last = --users == 0;
+      shared.lock().release();
+      if (last) shared.destroy();
+    });
+  }
 }
 
 }  // namespace qvr::scheduler

@@ -12,6 +12,7 @@ using namespace qvr::scheduler;
 
 const Scenario exclusion("QVRSpinLock/exclusion", exclude<QVRSpinLock>);
 const Scenario again("QVRSpinLock/exclusionAgain", excludeAgain<QVRSpinLock>);
+const Scenario destruction("QVRSpinLock/destructionByTheLastUser", destroyByLastUser<QVRSpinLock>);
 
 /// A spin lock that reads so often before it yields.
 template <std::uint64_t Limit>

@@ -1,7 +1,6 @@
 // The fast mutex, and with it the recursive lock that others share.
 #include "QVRSysFastMutexLock.h"
 
-#include <algorithm>
 #include <memory>
 #include <new>
 
@@ -69,42 +68,8 @@ const Scenario guards("QVRSysFastMutexLock/guards", [](Trial& trial) {
   }
 });
 
-/// A lock that its last user destroys, in storage that shows whether it is touched
-/// afterwards.
-class LastUserDestroys {
- public:
-  static constexpr unsigned char kGone = 0xA5;
-
-  LastUserDestroys() { new (storage_) FastMutex; }
-
-  void use() {
-    lock().acquire();
-    const bool last = --users_ == 0;
-    lock().release();
-    if (!last) return;
-    lock().~FastMutex();
-    std::fill(std::begin(storage_), std::end(storage_), kGone);
-  }
-
-  bool isUntouched() const {
-    return std::all_of(std::begin(storage_), std::end(storage_),
-                       [](unsigned char byte) { return byte == kGone; });
-  }
-
- private:
-  FastMutex& lock() { return *std::launder(reinterpret_cast<FastMutex*>(storage_)); }
-
-  alignas(FastMutex) unsigned char storage_[sizeof(FastMutex)];
-  int users_ = 3;
-};
-
-const Scenario destruction("QVRSysFastMutexLock/destructionByTheLastUser", [](Trial& trial) {
-  auto& shared = trial.make<LastUserDestroys>();
-  for (const char* name : {"A", "B", "C"}) {
-    trial.thread(name, [&shared] { shared.use(); });
-  }
-  trial.atEnd([&shared] { require(shared.isUntouched(), "written to after its destruction"); });
-});
+const Scenario destruction("QVRSysFastMutexLock/destructionByTheLastUser",
+                           destroyByLastUser<FastMutex>);
 
 const Scenario crowd("QVRSysFastMutexLock/crowd",
                      [](Trial& trial) {

@@ -18,6 +18,7 @@ constexpr int kReleaseLine = 136;
 const Scenario exclusion("QVRSysMutexLock/exclusion", exclude<Mutex>);
 const Scenario again("QVRSysMutexLock/exclusionAgain", excludeAgain<Mutex>);
 const Scenario nesting("QVRSysMutexLock/nesting", nest<Mutex>);
+const Scenario destruction("QVRSysMutexLock/destructionByTheLastUser", destroyByLastUser<Mutex>);
 
 /// Counts the assertions of one line, and refuses others.
 int& countAssertions(Trial& trial, int line) {
