@@ -30,7 +30,9 @@ class Waiter;
 /// Invariant: the holds of all holding threads add up to |getNestingLevel()|.
 ///
 /// @par Thread safety
-/// Any thread may call any operation but construction and destruction.
+/// Any thread may call any operation but construction and destruction. The last user,
+/// when no other holds the lock or will ask for it, may destroy it as soon as its own
+/// release() has returned: that of another thread may still be about to return.
 /// @par Cost
 /// While one thread alone uses the lock, one atomic exchange each way, a nested
 /// hold included. Otherwise each operation holds a short lock inside and finds the
@@ -99,7 +101,7 @@ class QVRSYSTEM_API QVRReadersWriterLock : public QVRSysIMutexLock {
   void becomeWriter(std::uint32_t self);
   void leave(std::uint32_t self);
   void enterTable() QVR_REQUIRES(monitor_);
-  void leaveTable() QVR_REQUIRES(monitor_);
+  void enter(std::uint32_t self, std::int32_t firstHold) QVR_REQUIRES(monitor_);
 
   // These take the caller's identifier, or its entry once it is found.
   int findThread(const QVRSysThreadId& thread) const QVR_REQUIRES(monitor_);
@@ -120,9 +122,9 @@ class QVRSYSTEM_API QVRReadersWriterLock : public QVRSysIMutexLock {
   qvr::internal::Waiter* giveBack(const QVRSysThreadId& thread) QVR_REQUIRES(monitor_);
   qvr::internal::Waiter* takeNext() QVR_REQUIRES(monitor_);
 
-  // While one thread at most holds the lock and none waits, that thread and its
-  // holds; otherwise a mark, and the fields below hold. Whoever holds the monitor
-  // sets the mark and takes it off.
+  // Where one thread alone uses the lock, that thread and its holds, or 0; otherwise a
+  // mark, and the fields below hold. Whoever holds the monitor sets the mark, and takes
+  // it off when it becomes the only holder.
   qvr::internal::Atomic<std::uint64_t> word_{0};
   mutable QVRSysCriticalSection monitor_;
   Queue readers_ QVR_GUARDED_BY(monitor_);

@@ -114,3 +114,16 @@ qvr_planted_mistake(PlantedReadersLeftAsleep FOUND_BY QVRReadersWriterLock/
   IN QVRThreadsMD.m/src/QVRReadersWriterLock.cpp
   LINE "  return WaitList(readers_.list).takeAll();"
   BECOMES "  return nullptr;")
+qvr_planted_mistake(PlantedFreedBeforeTheMonitor
+  FOUND_BY QVRReadersWriterLock/destructionAfterReaders
+  IN QVRThreadsMD.m/src/QVRReadersWriterLock.cpp
+  LINE "  if (lockCount_ == 0) holders_.clear();"
+  BECOMES "  if (lockCount_ == 0) {
+    holders_.clear();
+    if (readers_.count + writers_.count == 0) word_.store(kFree);
+  }")
+qvr_planted_mistake(PlantedWordReadThenMarked FOUND_BY QVRReadersWriterLock/
+  IN QVRThreadsMD.m/src/QVRReadersWriterLock.cpp
+  LINE "  const std::uint64_t word = word_.exchange(kInTable, std::memory_order_acquire);"
+  BECOMES "  const std::uint64_t word = word_.load();
+  word_.store(kInTable);")

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "QVREInternalError.h"
+#include "scheduler/LockScenarios.h"
 #include "scheduler/QVRScheduler.h"
 #include "scheduler/Scenarios.h"
 
@@ -233,6 +234,29 @@ const Scenario preference("QVRReadersWriterLock/waitingWriterGoesFirst", [](Tria
     writerWaits.open();
     step();
     toRelease.open();
+  });
+});
+
+const Scenario lastUser("QVRReadersWriterLock/destructionByTheLastUser",
+                        destroyByLastUser<QVRReadersWriterLock>);
+
+// A writer that has waited until the readers were inside destroys the lock after them.
+const Scenario lastWriter("QVRReadersWriterLock/destructionAfterReaders", [](Trial& trial) {
+  auto& shared = makeDestructible<QVRReadersWriterLock>(trial);
+  auto& toCome = trial.make<int>(2);
+  auto& allHaveCome = trial.make<Gate>();
+  for (const char* name : {"reader", "another"}) {
+    trial.thread(name, [&] {
+      shared.lock().acquireRead();
+      if (--toCome == 0) allHaveCome.open();
+      shared.lock().release();
+    });
+  }
+  trial.thread("destroyer", [&] {
+    allHaveCome.pass();
+    shared.lock().acquireWrite();
+    shared.lock().release();
+    shared.destroy();
   });
 });
 

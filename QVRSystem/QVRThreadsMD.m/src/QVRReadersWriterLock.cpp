@@ -27,7 +27,8 @@ constexpr int kNotOwnerLine = 265;
 constexpr std::size_t kFewHolders = 8;
 
 // The word where nobody holds the lock or waits for it, and where the table and the
-// queues say who does. Any other is the one thread that holds it, and its holds.
+// queues say who does, if anybody. Any other is the one thread that holds it, and its
+// holds.
 constexpr std::uint64_t kFree = 0;
 constexpr std::uint64_t kInTable = ~std::uint64_t{0};
 
@@ -66,8 +67,7 @@ void QVRReadersWriterLock::joinReaders(std::uint32_t self) {
   if (isNestedRead(self)) return;
   reserveEntry();
   while (lockCount_ < 0 || writers_.count > 0) wait(readers_);
-  ++lockCount_;
-  addThread(self);
+  enter(self, kRead);
 }
 
 void QVRReadersWriterLock::acquireWrite() {
@@ -81,8 +81,7 @@ void QVRReadersWriterLock::becomeWriter(std::uint32_t self) {
   if (isNestedWrite(self)) return;
   reserveEntry();
   while (lockCount_ != 0) wait(writers_);
-  lockCount_ = -1;
-  addThread(self);
+  enter(self, kWrite);
 }
 
 void QVRReadersWriterLock::acquire() { acquireWrite(); }
@@ -117,7 +116,7 @@ bool QVRReadersWriterLock::isWriteLocked() const {
 }
 
 int QVRReadersWriterLock::getNestingLevel() const {
-  // Pairs with those that free the word, as taking the monitor would.
+  // Pairs with giveBackAlone(), as taking the monitor would.
   const std::uint64_t word = word_.load(std::memory_order_acquire);
   if (word != kInTable) return countOf(word);
   const ShortHold hold(monitor_);
@@ -133,8 +132,7 @@ bool QVRReadersWriterLock::takeAlone(std::uint32_t self, std::int32_t firstHold)
     if (holderOf(seen) != self || upgrades) return false;
     count = deeper(countOf(seen));
   }
-  // Pairs with giveBackAlone() and leaveTable(): what the last holder wrote is
-  // visible from here on.
+  // Pairs with giveBackAlone(): what the last holder wrote is visible from here on.
   return word_.compare_exchange_strong(seen, wordOf(self, count), std::memory_order_acquire,
                                        std::memory_order_relaxed);
 }
@@ -158,10 +156,18 @@ void QVRReadersWriterLock::enterTable() {
   holders_.front().holds = std::abs(lockCount_);
 }
 
-// Nobody holds the lock any more; if nobody waits either, the word says so.
-void QVRReadersWriterLock::leaveTable() {
-  holders_.clear();
-  if (readers_.count + writers_.count == 0) word_.store(kFree, std::memory_order_release);
+// The caller's first hold: in the word again where nobody else holds the lock or waits
+// for it. Only here, with the monitor still to be given back by one that holds the lock:
+// a last hold that freed the word under the monitor would let another thread take the
+// lock, give it back and destroy it, monitor and all.
+void QVRReadersWriterLock::enter(std::uint32_t self, std::int32_t firstHold) {
+  if (lockCount_ == 0 && readers_.count + writers_.count == 0) {
+    // No order: what the holders before wrote is visible by the monitor.
+    word_.store(wordOf(self, firstHold), std::memory_order_relaxed);
+    return;
+  }
+  lockCount_ += firstHold;
+  addThread(self);
 }
 
 int QVRReadersWriterLock::findThread(const QVRSysThreadId& thread) const {
@@ -269,7 +275,7 @@ Waiter* QVRReadersWriterLock::giveBack(const QVRSysThreadId& thread) {
   if (entry < 0) throw QVREInternalError(u" Illegal useage; Not Owner ", kSource, kNotOwnerLine);
   if (isNestedRelease(entry)) return nullptr;
   removeThread(entry);
-  if (lockCount_ == 0) leaveTable();
+  if (lockCount_ == 0) holders_.clear();
   return takeNext();
 }
 
