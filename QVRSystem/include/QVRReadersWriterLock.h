@@ -25,7 +25,8 @@ class Waiter;
 /// holds the lock or waits for it; a thread that holds the lock already never
 /// waits. A read hold inside a write hold counts as one more write hold; a write
 /// hold inside a read hold is refused. A holder that ends leaves the lock held for
-/// ever. As an interface, acquire() takes the lock for writing.
+/// ever. As an interface, acquire() takes the lock for writing. It counts 2147483647
+/// holds of all threads together.
 ///
 /// Invariant: the holds of all holding threads add up to |getNestingLevel()|.
 ///
@@ -110,6 +111,7 @@ class QVRSYSTEM_API QVRReadersWriterLock : public QVRSysIMutexLock {
   bool isNestedRead(const QVRSysThreadId& thread) QVR_REQUIRES(monitor_);
   bool isNestedWrite(const QVRSysThreadId& thread) QVR_REQUIRES(monitor_);
   bool isNestedRelease(int entry) QVR_REQUIRES(monitor_);
+  void addHold(int entry) QVR_REQUIRES(monitor_);
   bool isValid() const QVR_REQUIRES(monitor_);
   QVRSysCriticalSection& getMonitor() const QVR_RETURN_CAPABILITY(monitor_) { return monitor_; }
 

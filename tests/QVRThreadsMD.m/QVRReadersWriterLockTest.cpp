@@ -6,8 +6,10 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdint>
 #include <functional>
 #include <latch>
+#include <limits>
 #include <map>
 #include <memory>
 #include <optional>
@@ -33,6 +35,7 @@ using Access = QVRReadersWriterLockTestAccess;
 using Threads = std::vector<std::unique_ptr<CommandedThread>>;
 
 constexpr char kSource[] = "QVRSystem/QVRThreadsMD.m/src/QVRReadersWriterLock";
+constexpr std::int32_t kMostHolds = std::numeric_limits<std::int32_t>::max();
 
 Threads makeThreads(int count) {
   Threads threads(static_cast<std::size_t>(count));
@@ -360,6 +363,80 @@ TEST_P(QVRReadersWriterLockTest, WaitingWritersGoOneByOneBeforeWaitingReaders) {
   for (const auto& reader : readers) reader->finish();
   EXPECT_EQ(lock_.getNestingLevel(), 2);
   for (const auto& reader : readers) reader->run([&] { lock_.release(); });
+}
+
+TEST_P(QVRReadersWriterLockTest, CountsToTheLargestNumberOfReadHoldsAndBack) {
+  lock_.acquireRead();
+  Access::setLevel(lock_, kMostHolds - 1);
+
+  lock_.acquireRead();
+  EXPECT_EQ(view(), (View{true, true, false, kMostHolds}));
+  expectUpgradeRefused(lock_);
+  lock_.release();
+  EXPECT_EQ(view(), (View{true, true, false, kMostHolds - 1}));
+
+  Access::setLevel(lock_, 1);
+  lock_.release();
+  EXPECT_EQ(view(), (View{false, false, false, 0}));
+}
+
+TEST_P(QVRReadersWriterLockTest, CountsToTheLargestNumberOfWriteHoldsAndBack) {
+  lock_.acquireWrite();
+  Access::setLevel(lock_, -(kMostHolds - 1));
+
+  lock_.acquireWrite();
+  EXPECT_EQ(view(), (View{true, true, true, -kMostHolds}));
+  lock_.release();
+  lock_.acquireRead();
+  EXPECT_EQ(view(), (View{true, true, true, -kMostHolds}));
+  lock_.release();
+  EXPECT_EQ(view(), (View{true, true, true, -(kMostHolds - 1)}));
+
+  Access::setLevel(lock_, -1);
+  lock_.release();
+  EXPECT_EQ(view(), (View{false, false, false, 0}));
+}
+
+TEST_P(QVRReadersWriterLockTest, AnotherReaderCountsToTheLargestNumberToo) {
+  CommandedThread another;
+  lock_.acquireRead();
+  Access::setLevel(lock_, kMostHolds - 1);
+
+  another.run([&] { lock_.acquireRead(); });
+  EXPECT_EQ(view(), (View{true, true, false, kMostHolds}));
+  another.run([&] { lock_.release(); });
+  EXPECT_EQ(view(), (View{true, true, false, kMostHolds - 1}));
+
+  Access::setLevel(lock_, 1);
+  lock_.release();
+}
+
+// One past them the counts are of no use any more, but nothing else happens.
+TEST_P(QVRReadersWriterLockTest, WrapsPastTheLargestNumberOfHolds) {
+  for (const std::int32_t most : {kMostHolds, -kMostHolds - 1}) {
+    lock_.acquireWrite();
+    Access::setLevel(lock_, most);
+    lock_.acquireRead();
+    EXPECT_EQ(lock_.getNestingLevel(), most > 0 ? -kMostHolds - 1 : kMostHolds);
+
+    Access::setLevel(lock_, -1);
+    lock_.release();
+  }
+}
+
+TEST(QVRReadersWriterLockTableTest, TakesTheLargestNumbersOfHoldsOverFromTheWord) {
+  for (const std::int32_t level : {kMostHolds, -kMostHolds, -kMostHolds - 1}) {
+    QVRReadersWriterLock lock;
+    lock.acquireWrite();
+    Access::setLevel(lock, level);
+    Access::enterTable(lock);
+    EXPECT_EQ(lock.getNestingLevel(), level);
+
+    lock.release();
+    EXPECT_EQ(lock.getNestingLevel(), level > 0 ? level - 1 : level + 1);
+    EXPECT_TRUE(lock.isLocked());
+    EXPECT_TRUE(Access::isValid(lock));
+  }
 }
 
 TEST_P(QVRReadersWriterLockTest, StaysHeldForReadingHoweverAReaderEnds) {

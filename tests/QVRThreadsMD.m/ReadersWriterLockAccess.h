@@ -1,6 +1,9 @@
 // What tests look at inside a readers-writer lock.
 #pragma once
 
+#include <cstdint>
+#include <cstdlib>
+
 #include "QVRReadersWriterLock.h"
 
 struct QVRReadersWriterLockTestAccess {
@@ -16,6 +19,20 @@ struct QVRReadersWriterLockTestAccess {
   static void enterTable(Lock& lock) {
     const Monitor monitor(lock);
     lock.enterTable();
+  }
+
+  /// Has the lock say that its only holder took it so often: counting it out takes
+  /// minutes.
+  static void setLevel(Lock& lock, std::int32_t level) {
+    constexpr std::uint64_t kInTable = ~std::uint64_t{0};
+    const Monitor monitor(lock);
+    const std::uint64_t word = lock.word_.load();
+    if (word != kInTable) {
+      lock.word_.store(word >> 32 << 32 | static_cast<std::uint32_t>(level));
+      return;
+    }
+    lock.lockCount_ = level;
+    lock.holders_.front().holds = static_cast<std::int32_t>(std::abs(std::int64_t{level}));
   }
 
   /// The place of the thread in the table, which says who holds the lock from then

@@ -46,9 +46,19 @@ std::int32_t countOf(std::uint64_t word) {
   return static_cast<std::int32_t>(static_cast<std::uint32_t>(word));
 }
 
+// A count changed by so much; in 64 bits, since one past its end wraps.
+std::int32_t sum(std::int32_t count, std::int32_t change) {
+  return static_cast<std::int32_t>(std::int64_t{count} + change);
+}
+
 // The lock count with one hold more or less of the kind that there is.
-std::int32_t deeper(std::int32_t count) { return count < 1 ? count - 1 : count + 1; }
-std::int32_t shallower(std::int32_t count) { return count < 1 ? count + 1 : count - 1; }
+std::int32_t deeper(std::int32_t count) { return sum(count, count < 1 ? -1 : 1); }
+std::int32_t shallower(std::int32_t count) { return sum(count, count < 1 ? 1 : -1); }
+
+// The holds that a lock count stands for.
+std::int32_t holdsOf(std::int32_t count) {
+  return static_cast<std::int32_t>(std::abs(std::int64_t{count}));
+}
 
 }  // namespace
 
@@ -153,7 +163,7 @@ void QVRReadersWriterLock::enterTable() {
   if (word == kFree) return;
   lockCount_ = countOf(word);
   addThread(holderOf(word));
-  holders_.front().holds = std::abs(lockCount_);
+  holders_.front().holds = holdsOf(lockCount_);
 }
 
 // The caller's first hold: in the word again where nobody else holds the lock or waits
@@ -166,7 +176,7 @@ void QVRReadersWriterLock::enter(std::uint32_t self, std::int32_t firstHold) {
     word_.store(wordOf(self, firstHold), std::memory_order_relaxed);
     return;
   }
-  lockCount_ += firstHold;
+  lockCount_ = sum(lockCount_, firstHold);
   addThread(self);
 }
 
@@ -194,8 +204,7 @@ void QVRReadersWriterLock::removeThread(int entry) {
 bool QVRReadersWriterLock::isNestedRead(const QVRSysThreadId& thread) {
   const int entry = findThread(thread);
   if (entry < 0) return false;
-  lockCount_ = deeper(lockCount_);
-  ++holders_[static_cast<std::size_t>(entry)].holds;
+  addHold(entry);
   return true;
 }
 
@@ -206,14 +215,21 @@ bool QVRReadersWriterLock::isNestedWrite(const QVRSysThreadId& thread) {
     throw QVREInternalError(u" Cannot acquire a write lock within a read-only transaction", kSource,
                             kUpgradeLine);
   }
-  --lockCount_;
-  ++holders_[static_cast<std::size_t>(entry)].holds;
+  addHold(entry);
   return true;
 }
 
+void QVRReadersWriterLock::addHold(int entry) {
+  std::int32_t& holds = holders_[static_cast<std::size_t>(entry)].holds;
+  lockCount_ = deeper(lockCount_);
+  holds = sum(holds, 1);
+}
+
 bool QVRReadersWriterLock::isNestedRelease(int entry) {
+  std::int32_t& holds = holders_[static_cast<std::size_t>(entry)].holds;
   lockCount_ = shallower(lockCount_);
-  return --holders_[static_cast<std::size_t>(entry)].holds > 0;
+  holds = sum(holds, -1);
+  return holds > 0;
 }
 
 bool QVRReadersWriterLock::isValid() const {
