@@ -99,8 +99,8 @@ class QVRSYSTEM_API QVRReadersWriterLock : public QVRSysIMutexLock {
   bool takeAlone(std::uint32_t self, std::int32_t firstHold) noexcept;
   bool giveBackAlone(std::uint32_t self) noexcept;
   void joinReaders(std::uint32_t self);
-  void becomeWriter(std::uint32_t self);
-  void leave(std::uint32_t self);
+  bool becomeWriter(std::uint32_t self);
+  bool leave(std::uint32_t self);
   void enterTable() QVR_REQUIRES(monitor_);
   void enter(std::uint32_t self, std::int32_t firstHold) QVR_REQUIRES(monitor_);
 
@@ -108,10 +108,9 @@ class QVRSYSTEM_API QVRReadersWriterLock : public QVRSysIMutexLock {
   int findThread(const QVRSysThreadId& thread) const QVR_REQUIRES(monitor_);
   void addThread(const QVRSysThreadId& thread) QVR_REQUIRES(monitor_);
   void removeThread(int entry) QVR_REQUIRES(monitor_);
-  bool isNestedRead(const QVRSysThreadId& thread) QVR_REQUIRES(monitor_);
-  bool isNestedWrite(const QVRSysThreadId& thread) QVR_REQUIRES(monitor_);
+  bool isUpgrade(const QVRSysThreadId& thread) const QVR_REQUIRES(monitor_);
+  bool isNested(const QVRSysThreadId& thread) QVR_REQUIRES(monitor_);
   bool isNestedRelease(int entry) QVR_REQUIRES(monitor_);
-  void addHold(int entry) QVR_REQUIRES(monitor_);
   bool isValid() const QVR_REQUIRES(monitor_);
   QVRSysCriticalSection& getMonitor() const QVR_RETURN_CAPABILITY(monitor_) { return monitor_; }
 
@@ -121,7 +120,7 @@ class QVRSYSTEM_API QVRReadersWriterLock : public QVRSysIMutexLock {
   std::unique_ptr<qvr::internal::HolderIndex> makeIndex(std::size_t entries) const
       QVR_REQUIRES(monitor_);
   void wait(Queue& queue) QVR_REQUIRES(monitor_);
-  qvr::internal::Waiter* giveBack(const QVRSysThreadId& thread) QVR_REQUIRES(monitor_);
+  qvr::internal::Waiter* giveBack(int entry) QVR_REQUIRES(monitor_);
   qvr::internal::Waiter* takeNext() QVR_REQUIRES(monitor_);
 
   // Where one thread alone uses the lock, that thread and its holds, or 0; otherwise a

@@ -3,10 +3,12 @@
 
 #include <atomic>
 #include <cstddef>
+#include <functional>
 #include <new>
 #include <vector>
 
 #include "QVREInternalError.h"
+#include "QVRSystem/internal/QVRThreadState.h"
 #include "ReadersWriterLockAccess.h"
 #include "support/AllocationRefuser.h"
 #include "support/CommandedThread.h"
@@ -46,6 +48,44 @@ class FullLock {
   std::vector<CommandedThread> readers_{kRoom};
   int held_ = kRoom;
 };
+
+/// Looks what each refusal of memory in its scope finds, as a module's own operator new
+/// could.
+class RefusalWatch {
+ public:
+  RefusalWatch() noexcept : before_(std::set_new_handler(&look)) {
+    refusals_ = 0;
+    marks_ = 0;
+  }
+  ~RefusalWatch() { std::set_new_handler(before_); }
+
+  RefusalWatch(const RefusalWatch&) = delete;
+  RefusalWatch& operator=(const RefusalWatch&) = delete;
+
+  void expectNoShortSection() const {
+    EXPECT_GT(refusals_, 0u);
+    EXPECT_EQ(marks_, 0u);
+  }
+
+ private:
+  static void look() {
+    ++refusals_;
+    marks_ += qvr::internal::threadState.shortSections;
+    throw std::bad_alloc();
+  }
+
+  static inline std::size_t refusals_;
+  static inline std::size_t marks_;
+  const std::new_handler before_;
+};
+
+void expectInternalError(const std::function<void()>& operation) {
+  try {
+    operation();
+    ADD_FAILURE() << "not refused";
+  } catch (const QVREInternalError&) {
+  }
+}
 
 TEST(QVRReadersWriterLockFailureTest, ConstructionNeedsMemory) {
   EXPECT_GT(refuseEachAllocation([] { const QVRReadersWriterLock lock; }), 0u);
@@ -156,20 +196,45 @@ TEST(QVRReadersWriterLockFailureTest, ARefusedUpgradeWithoutMemoryChangesNothing
   QVRReadersWriterLock lock;
   lock.acquireRead();
 
-  const auto refusedUpgrade = [&] {
-    try {
-      lock.acquireWrite();
-      ADD_FAILURE() << "not refused";
-    } catch (const QVREInternalError&) {
-    }
-  };
-  refuseEachAllocation(refusedUpgrade, [&] {
+  const auto upgrade = [&] { expectInternalError([&] { lock.acquireWrite(); }); };
+  refuseEachAllocation(upgrade, [&] {
     EXPECT_EQ(lock.getNestingLevel(), 1);
     EXPECT_TRUE(lock.isReadLocked());
     EXPECT_TRUE(Access::isValid(lock));
   });
 
   lock.release();
+}
+
+TEST(QVRReadersWriterLockFailureTest, TheTableGrowsOutsideOfAShortSection) {
+  FullLock full;
+  const RefusalWatch watch;
+
+  refuseEachAllocation([&] { full.lock.acquireRead(); });
+
+  watch.expectNoShortSection();
+  EXPECT_EQ(qvr::internal::threadState.shortSections, 0u);
+  full.lock.release();
+}
+
+TEST(QVRReadersWriterLockFailureTest, AnUpgradeIsRefusedOutsideOfAShortSection) {
+  QVRReadersWriterLock lock;
+  lock.acquireRead();
+  const RefusalWatch watch;
+
+  refuseEachAllocation([&] { expectInternalError([&] { lock.acquireWrite(); }); });
+
+  watch.expectNoShortSection();
+  lock.release();
+}
+
+TEST(QVRReadersWriterLockFailureTest, AStrangerIsRefusedOutsideOfAShortSection) {
+  QVRReadersWriterLock lock;
+  const RefusalWatch watch;
+
+  refuseEachAllocation([&] { expectInternalError([&] { lock.release(); }); });
+
+  watch.expectNoShortSection();
 }
 
 }  // namespace

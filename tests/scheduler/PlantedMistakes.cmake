@@ -104,12 +104,12 @@ qvr_planted_mistake(PlantedWriterLooksOnce FOUND_BY QVRReadersWriterLock/
   BECOMES "  if (lockCount_ != 0) wait(writers_);")
 qvr_planted_mistake(PlantedNestedReadWaits FOUND_BY QVRReadersWriterLock/readsAgainWhileAWriterWaits
   IN QVRThreadsMD.m/src/QVRReadersWriterLock.cpp
-  LINE "  if (isNestedRead(self)) return;"
-  BECOMES "  if (writers_.count == 0 && isNestedRead(self)) return;")
+  LINE "  if (isNested(self)) return;"
+  BECOMES "  if (writers_.count == 0 && isNested(self)) return;")
 qvr_planted_mistake(PlantedUpgradeGranted FOUND_BY QVRReadersWriterLock/upgradeIsRefused
   IN QVRThreadsMD.m/src/QVRReadersWriterLock.cpp
-  LINE "  if (lockCount_ >= 1) {"
-  BECOMES "  if (lockCount_ >= 2) {")
+  LINE "  return lockCount_ >= 1 && findThread(thread) >= 0;"
+  BECOMES "  return lockCount_ >= 2 && findThread(thread) >= 0;")
 qvr_planted_mistake(PlantedReadersLeftAsleep FOUND_BY QVRReadersWriterLock/
   IN QVRThreadsMD.m/src/QVRReadersWriterLock.cpp
   LINE "  return WaitList(readers_.list).takeAll();"

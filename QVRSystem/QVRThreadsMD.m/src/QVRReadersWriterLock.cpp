@@ -47,17 +47,28 @@ std::int32_t countOf(std::uint64_t word) {
 }
 
 // A count changed by so much; in 64 bits, since one past its end wraps.
-std::int32_t sum(std::int32_t count, std::int32_t change) {
+std::int32_t plus(std::int32_t count, std::int32_t change) {
   return static_cast<std::int32_t>(std::int64_t{count} + change);
 }
 
 // The lock count with one hold more or less of the kind that there is.
-std::int32_t deeper(std::int32_t count) { return sum(count, count < 1 ? -1 : 1); }
-std::int32_t shallower(std::int32_t count) { return sum(count, count < 1 ? 1 : -1); }
+std::int32_t deeper(std::int32_t count) { return plus(count, count < 1 ? -1 : 1); }
+std::int32_t shallower(std::int32_t count) { return plus(count, count < 1 ? 1 : -1); }
 
 // The holds that a lock count stands for.
 std::int32_t holdsOf(std::int32_t count) {
   return static_cast<std::int32_t>(std::abs(std::int64_t{count}));
+}
+
+// Called without the monitor: making an exception runs a caller's operator new and
+// takes locks of the library.
+[[noreturn]] void refuseUpgrade() {
+  throw QVREInternalError(u" Cannot acquire a write lock within a read-only transaction", kSource,
+                          kUpgradeLine);
+}
+
+[[noreturn]] void refuseStranger() {
+  throw QVREInternalError(u" Illegal useage; Not Owner ", kSource, kNotOwnerLine);
 }
 
 }  // namespace
@@ -74,7 +85,7 @@ void QVRReadersWriterLock::acquireRead() {
 void QVRReadersWriterLock::joinReaders(std::uint32_t self) {
   const ShortHold hold(monitor_);
   enterTable();
-  if (isNestedRead(self)) return;
+  if (isNested(self)) return;
   reserveEntry();
   while (lockCount_ < 0 || writers_.count > 0) wait(readers_);
   enter(self, kRead);
@@ -82,31 +93,38 @@ void QVRReadersWriterLock::joinReaders(std::uint32_t self) {
 
 void QVRReadersWriterLock::acquireWrite() {
   const std::uint32_t self = currentThreadId();
-  if (!takeAlone(self, kWrite)) becomeWriter(self);
+  if (!takeAlone(self, kWrite) && !becomeWriter(self)) refuseUpgrade();
 }
 
-void QVRReadersWriterLock::becomeWriter(std::uint32_t self) {
+// False where the caller reads, and so must be refused.
+bool QVRReadersWriterLock::becomeWriter(std::uint32_t self) {
   const ShortHold hold(monitor_);
   enterTable();
-  if (isNestedWrite(self)) return;
+  if (isUpgrade(self)) return false;
+  if (isNested(self)) return true;
   reserveEntry();
   while (lockCount_ != 0) wait(writers_);
   enter(self, kWrite);
+  return true;
 }
 
 void QVRReadersWriterLock::acquire() { acquireWrite(); }
 
 void QVRReadersWriterLock::release() {
   const std::uint32_t self = currentThreadId();
-  if (!giveBackAlone(self)) leave(self);
+  if (!giveBackAlone(self) && !leave(self)) refuseStranger();
 }
 
-void QVRReadersWriterLock::leave(std::uint32_t self) {
+// False where the caller holds nothing.
+bool QVRReadersWriterLock::leave(std::uint32_t self) {
   ShortHold hold(monitor_);
   enterTable();
-  Waiter* const next = giveBack(self);
+  const int entry = findThread(self);
+  if (entry < 0) return false;
+  Waiter* const next = giveBack(entry);
   hold.release();
   WaitList::wakeAll(next);
+  return true;
 }
 
 bool QVRReadersWriterLock::isLocked() const {
@@ -176,7 +194,7 @@ void QVRReadersWriterLock::enter(std::uint32_t self, std::int32_t firstHold) {
     word_.store(wordOf(self, firstHold), std::memory_order_relaxed);
     return;
   }
-  lockCount_ = sum(lockCount_, firstHold);
+  lockCount_ = plus(lockCount_, firstHold);
   addThread(self);
 }
 
@@ -201,34 +219,24 @@ void QVRReadersWriterLock::removeThread(int entry) {
   holder = Holder{};
 }
 
-bool QVRReadersWriterLock::isNestedRead(const QVRSysThreadId& thread) {
-  const int entry = findThread(thread);
-  if (entry < 0) return false;
-  addHold(entry);
-  return true;
+// A write hold inside a read hold.
+bool QVRReadersWriterLock::isUpgrade(const QVRSysThreadId& thread) const {
+  return lockCount_ >= 1 && findThread(thread) >= 0;
 }
 
-bool QVRReadersWriterLock::isNestedWrite(const QVRSysThreadId& thread) {
+bool QVRReadersWriterLock::isNested(const QVRSysThreadId& thread) {
   const int entry = findThread(thread);
   if (entry < 0) return false;
-  if (lockCount_ >= 1) {
-    throw QVREInternalError(u" Cannot acquire a write lock within a read-only transaction", kSource,
-                            kUpgradeLine);
-  }
-  addHold(entry);
-  return true;
-}
-
-void QVRReadersWriterLock::addHold(int entry) {
   std::int32_t& holds = holders_[static_cast<std::size_t>(entry)].holds;
   lockCount_ = deeper(lockCount_);
-  holds = sum(holds, 1);
+  holds = plus(holds, 1);
+  return true;
 }
 
 bool QVRReadersWriterLock::isNestedRelease(int entry) {
   std::int32_t& holds = holders_[static_cast<std::size_t>(entry)].holds;
   lockCount_ = shallower(lockCount_);
-  holds = sum(holds, -1);
+  holds = plus(holds, -1);
   return holds > 0;
 }
 
@@ -255,6 +263,7 @@ void QVRReadersWriterLock::reserveEntry() {
 }
 
 void QVRReadersWriterLock::grow(std::size_t entries) {
+  const ShortSectionPause pause;  // for a caller's operator new
   if (index_ == nullptr) {
     index_ = makeIndex(entries);
   } else {
@@ -286,9 +295,7 @@ void QVRReadersWriterLock::wait(Queue& queue) {
   --queue.count;
 }
 
-Waiter* QVRReadersWriterLock::giveBack(const QVRSysThreadId& thread) {
-  const int entry = findThread(thread);
-  if (entry < 0) throw QVREInternalError(u" Illegal useage; Not Owner ", kSource, kNotOwnerLine);
+Waiter* QVRReadersWriterLock::giveBack(int entry) {
   if (isNestedRelease(entry)) return nullptr;
   removeThread(entry);
   if (lockCount_ == 0) holders_.clear();
