@@ -813,6 +813,8 @@ TEST(QVRReadersWriterLockThreadsTest, ReadersAreInsideTogether) {
   }
 }
 
+// Only its time-out can fail it: a writer that starves waits for ever. That a single
+// reader goes past a waiting writer, ANewReaderWaitsBehindAWaitingWriter finds.
 TEST(QVRReadersWriterLockThreadsTest, AStreamOfReadersNeverStarvesAWriter) {
   for (const int readers : {2, 8, 63}) {
     QVRReadersWriterLock lock;
