@@ -4,6 +4,7 @@
 #include "QVRSysCriticalSection.h"
 #include "QVRSysICondition.h"
 #include "QVRSystemExport.h"
+#include "QVRThreadAnnotations.h"
 
 class QVRSysMutexLock;
 
@@ -56,7 +57,7 @@ class QVRSYSTEM_API QVRSysCondition : public QVRSysICondition {
   void append(qvr::internal::Waiter& waiter) noexcept;
 
   QVRSysMutexLock& lock_;
-  QVRSysCriticalSection queueLock_;  // taken after the mutex, never held while waiting
+  QVRSysCriticalSection queueLock_ QVR_ACQUIRED_AFTER(lock_);  // never held while waiting
   // A qvr::internal::WaitList, which queueLock_ guards; whether anybody waits is
   // also read without it.
   qvr::internal::Waiter* waiters_ = nullptr;
