@@ -109,7 +109,8 @@ class QVRSYSTEM_API QVRReadersWriterLock : public QVRSysIMutexLock {
   void addThread(const QVRSysThreadId& thread) QVR_REQUIRES(monitor_);
   void removeThread(int entry) QVR_REQUIRES(monitor_);
   bool isUpgrade(const QVRSysThreadId& thread) const QVR_REQUIRES(monitor_);
-  bool isNested(const QVRSysThreadId& thread) QVR_REQUIRES(monitor_);
+  bool isNestedRead(const QVRSysThreadId& thread) QVR_REQUIRES(monitor_);
+  bool isNestedWrite(const QVRSysThreadId& thread) QVR_REQUIRES(monitor_);
   bool isNestedRelease(int entry) QVR_REQUIRES(monitor_);
   bool isValid() const QVR_REQUIRES(monitor_);
   QVRSysCriticalSection& getMonitor() const QVR_RETURN_CAPABILITY(monitor_) { return monitor_; }

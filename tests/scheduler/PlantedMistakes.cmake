@@ -104,8 +104,8 @@ qvr_planted_mistake(PlantedWriterLooksOnce FOUND_BY QVRReadersWriterLock/
   BECOMES "  if (lockCount_ != 0) wait(writers_);")
 qvr_planted_mistake(PlantedNestedReadWaits FOUND_BY QVRReadersWriterLock/readsAgainWhileAWriterWaits
   IN QVRThreadsMD.m/src/QVRReadersWriterLock.cpp
-  LINE "  if (isNested(self)) return;"
-  BECOMES "  if (writers_.count == 0 && isNested(self)) return;")
+  LINE "  if (isNestedRead(self)) return;"
+  BECOMES "  if (writers_.count == 0 && isNestedRead(self)) return;")
 qvr_planted_mistake(PlantedUpgradeGranted FOUND_BY QVRReadersWriterLock/upgradeIsRefused
   IN QVRThreadsMD.m/src/QVRReadersWriterLock.cpp
   LINE "  return lockCount_ >= 1 && findThread(thread) >= 0;"

@@ -85,7 +85,7 @@ void QVRReadersWriterLock::acquireRead() {
 void QVRReadersWriterLock::joinReaders(std::uint32_t self) {
   const ShortHold hold(monitor_);
   enterTable();
-  if (isNested(self)) return;
+  if (isNestedRead(self)) return;
   reserveEntry();
   while (lockCount_ < 0 || writers_.count > 0) wait(readers_);
   enter(self, kRead);
@@ -101,7 +101,7 @@ bool QVRReadersWriterLock::becomeWriter(std::uint32_t self) {
   const ShortHold hold(monitor_);
   enterTable();
   if (isUpgrade(self)) return false;
-  if (isNested(self)) return true;
+  if (isNestedWrite(self)) return true;
   reserveEntry();
   while (lockCount_ != 0) wait(writers_);
   enter(self, kWrite);
@@ -224,13 +224,18 @@ bool QVRReadersWriterLock::isUpgrade(const QVRSysThreadId& thread) const {
   return lockCount_ >= 1 && findThread(thread) >= 0;
 }
 
-bool QVRReadersWriterLock::isNested(const QVRSysThreadId& thread) {
+bool QVRReadersWriterLock::isNestedRead(const QVRSysThreadId& thread) {
   const int entry = findThread(thread);
   if (entry < 0) return false;
   std::int32_t& holds = holders_[static_cast<std::size_t>(entry)].holds;
   lockCount_ = deeper(lockCount_);
   holds = plus(holds, 1);
   return true;
+}
+
+// Inside holds of its own kind: one more is one more of either.
+bool QVRReadersWriterLock::isNestedWrite(const QVRSysThreadId& thread) {
+  return isNestedRead(thread);
 }
 
 bool QVRReadersWriterLock::isNestedRelease(int entry) {
