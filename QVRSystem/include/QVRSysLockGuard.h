@@ -1,6 +1,7 @@
 // Holds a lock for a scope.
 #pragma once
 
+#include "QVRGuardHold.h"
 #include "QVRSysIMutexLock.h"
 #include "QVRSystemExport.h"
 #include "QVRThreadAnnotations.h"
@@ -12,36 +13,21 @@
 /// too; isAcquired() then still tells what it told before.
 class QVRSYSTEM_API QVR_SCOPED_CAPABILITY QVRSysLockGuard {
  public:
-  explicit QVRSysLockGuard(QVRSysIMutexLock& lock) QVR_ACQUIRE(lock)
-      : lock_(lock), acquired_(false) {
-    lock_.acquire();
-    acquired_ = true;
+  explicit QVRSysLockGuard(QVRSysIMutexLock& lock) QVR_ACQUIRE(lock) : hold_(lock, false) {
+    hold_.acquire();
   }
-
-  // The analysis does not follow a hold that depends on a flag.
-  ~QVRSysLockGuard() noexcept(false) QVR_RELEASE() QVR_NO_THREAD_SAFETY_ANALYSIS { release(); }
+  ~QVRSysLockGuard() noexcept(false) QVR_RELEASE() { hold_.release(); }
 
   QVRSysLockGuard(const QVRSysLockGuard&) = delete;
   QVRSysLockGuard& operator=(const QVRSysLockGuard&) = delete;
 
   /// Takes the lock unless this guard holds it.
-  void acquire() QVR_ACQUIRE() QVR_NO_THREAD_SAFETY_ANALYSIS {
-    if (acquired_) return;
-    lock_.acquire();
-    acquired_ = true;
-  }
-
+  void acquire() QVR_ACQUIRE() { hold_.acquire(); }
   /// Gives the lock back if this guard holds it.
-  void release() QVR_RELEASE() QVR_NO_THREAD_SAFETY_ANALYSIS {
-    if (!acquired_) return;
-    lock_.release();
-    acquired_ = false;
-  }
-
+  void release() QVR_RELEASE() { hold_.release(); }
   /// Whether this guard holds the lock at present.
-  bool isAcquired() const noexcept { return acquired_; }
+  bool isAcquired() const noexcept { return hold_.isAcquired(); }
 
  private:
-  QVRSysIMutexLock& lock_;
-  bool acquired_;
+  qvr::internal::GuardHold<QVRSysIMutexLock, &QVRSysIMutexLock::acquire> hold_;
 };

@@ -1,6 +1,7 @@
 // Holds a lock for reading for a scope.
 #pragma once
 
+#include "QVRGuardHold.h"
 #include "QVRSysIReadWriteLock.h"
 #include "QVRSystemExport.h"
 #include "QVRThreadAnnotations.h"
@@ -13,35 +14,21 @@
 class QVRSYSTEM_API QVR_SCOPED_CAPABILITY QVRSysReadLockGuard {
  public:
   explicit QVRSysReadLockGuard(QVRSysIReadWriteLock& lock) QVR_ACQUIRE_SHARED(lock)
-      : lock_(lock), acquired_(false) {
-    lock_.acquireRead();
-    acquired_ = true;
+      : hold_(lock, false) {
+    hold_.acquire();
   }
-
-  // The analysis does not follow a hold that depends on a flag.
-  ~QVRSysReadLockGuard() noexcept(false) QVR_RELEASE() QVR_NO_THREAD_SAFETY_ANALYSIS { release(); }
+  ~QVRSysReadLockGuard() noexcept(false) QVR_RELEASE() { hold_.release(); }
 
   QVRSysReadLockGuard(const QVRSysReadLockGuard&) = delete;
   QVRSysReadLockGuard& operator=(const QVRSysReadLockGuard&) = delete;
 
   /// Takes the lock unless this guard holds it.
-  void acquire() QVR_ACQUIRE_SHARED() QVR_NO_THREAD_SAFETY_ANALYSIS {
-    if (acquired_) return;
-    lock_.acquireRead();
-    acquired_ = true;
-  }
-
+  void acquire() QVR_ACQUIRE_SHARED() { hold_.acquire(); }
   /// Gives the lock back if this guard holds it.
-  void release() QVR_RELEASE() QVR_NO_THREAD_SAFETY_ANALYSIS {
-    if (!acquired_) return;
-    lock_.release();
-    acquired_ = false;
-  }
-
+  void release() QVR_RELEASE() { hold_.release(); }
   /// Whether this guard holds the lock at present.
-  bool isAcquired() const noexcept { return acquired_; }
+  bool isAcquired() const noexcept { return hold_.isAcquired(); }
 
  private:
-  QVRSysIReadWriteLock& lock_;
-  bool acquired_;
+  qvr::internal::GuardHold<QVRSysIReadWriteLock, &QVRSysIReadWriteLock::acquireRead> hold_;
 };

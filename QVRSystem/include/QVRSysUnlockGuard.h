@@ -1,9 +1,9 @@
 // Lets go of a lock for a scope.
 #pragma once
 
+#include "QVRGuardHold.h"
 #include "QVRSysIMutexLock.h"
 #include "QVRSystemExport.h"
-#include "QVRThreadAnnotations.h"
 
 /// Lets go of a lock that its thread holds, for a scope, or until acquire() takes
 /// it back. Never takes it or gives it back twice.
@@ -13,30 +13,19 @@
 /// pass this guard over: for the analysis its thread holds the lock all the time.
 class QVRSYSTEM_API QVRSysUnlockGuard {
  public:
-  explicit QVRSysUnlockGuard(QVRSysIMutexLock& lock) : lock_(lock), acquired_(true) { release(); }
-  ~QVRSysUnlockGuard() noexcept(false) { acquire(); }
+  explicit QVRSysUnlockGuard(QVRSysIMutexLock& lock) : hold_(lock, true) { hold_.release(); }
+  ~QVRSysUnlockGuard() noexcept(false) { hold_.acquire(); }
 
   QVRSysUnlockGuard(const QVRSysUnlockGuard&) = delete;
   QVRSysUnlockGuard& operator=(const QVRSysUnlockGuard&) = delete;
 
   /// Takes the lock back unless that is done.
-  void acquire() QVR_NO_THREAD_SAFETY_ANALYSIS {
-    if (acquired_) return;
-    lock_.acquire();
-    acquired_ = true;
-  }
-
+  void acquire() { hold_.acquire(); }
   /// Gives the lock back if it is held again.
-  void release() QVR_NO_THREAD_SAFETY_ANALYSIS {
-    if (!acquired_) return;
-    lock_.release();
-    acquired_ = false;
-  }
-
+  void release() { hold_.release(); }
   /// Whether the lock is held again.
-  bool isAcquired() const noexcept { return acquired_; }
+  bool isAcquired() const noexcept { return hold_.isAcquired(); }
 
  private:
-  QVRSysIMutexLock& lock_;
-  bool acquired_;
+  qvr::internal::GuardHold<QVRSysIMutexLock, &QVRSysIMutexLock::acquire> hold_;
 };

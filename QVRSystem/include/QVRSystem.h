@@ -62,6 +62,7 @@
 #include "QVREZeroDivide.h"
 #include "QVREZeroVector.h"
 #include "QVRException.h"
+#include "QVRGuardHold.h"
 #include "QVRLocale.h"
 #include "QVRMessage.h"
 #include "QVRMsgBase.h"
