@@ -61,10 +61,10 @@ qvr_planted_mistake(PlantedReleaseBeforeTheQueue FOUND_BY QVRSysCondition/
   NativeMutex::release(lock_.native_);"
   BECOMES "  NativeMutex::release(lock_.native_);
   append(self);")
-qvr_planted_mistake(PlantedWaiterStaysInTheQueue FOUND_BY QVRSysCondition/signalGoesToTheLongestWaiting
-  IN internal/QVRWaitList.h COMPILED_IN ${wait_list_users}
-  LINE "    Waiter* const first = std::exchange(latest->next_, latest->next_->next_);"
-  BECOMES "    Waiter* const first = latest->next_;")
+qvr_planted_mistake(PlantedSignalDropsTheOthers FOUND_BY QVRSysCondition/signalGoesToTheLongestWaiting
+  IN QVRThreadsMD.m/src/QVRSysCondition.cpp
+  LINE "  Waiter* const first = WaitList(waiters_).takeFirst();"
+  BECOMES "  Waiter* const first = WaitList(waiters_).takeAll();")
 qvr_planted_mistake(PlantedBroadcastToOne FOUND_BY QVRSysCondition/broadcastWakesThoseThatWait
   IN QVRThreadsMD.m/src/QVRSysCondition.cpp
   LINE "  WaitList::wakeAll(first);"
