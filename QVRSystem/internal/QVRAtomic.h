@@ -27,4 +27,16 @@ inline void wakeOne(std::uint32_t* word) noexcept { platform::wake(word, 1); }
 
 inline void yield() noexcept { platform::yield(); }
 
+/// Lets some hundred nanoseconds go by without a look at any memory.
+inline void relax() noexcept {
+  constexpr int kPauses = 32;
+  for (int pause = 0; pause < kPauses; ++pause) {
+#if defined(__x86_64__)
+    __builtin_ia32_pause();
+#elif defined(__aarch64__)
+    asm volatile("isb");
+#endif
+  }
+}
+
 }  // namespace qvr::internal

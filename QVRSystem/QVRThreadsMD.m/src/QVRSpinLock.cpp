@@ -1,7 +1,16 @@
 #include "QVRSpinLock.h"
 
 #include "QVRSysThreadId.h"
+#include "QVRSystem/internal/QVRAtomic.h"
 #include "QVRSystem/platform/QVRPlatformThread.h"
+
+namespace {
+
+// So many of the reads are made at leisure. Whoever holds the lock, or takes it again
+// and again, is slowed down by each look at its word.
+constexpr std::uint64_t kPatientReads = 16;
+
+}  // namespace
 
 std::uint64_t QVRSpinLock::SpinLimit = GetSpinLimit();
 
@@ -14,7 +23,9 @@ void QVRSpinLock::acquireSlowly() noexcept QVR_NO_THREAD_SAFETY_ANALYSIS {
   do {
     // Reading leaves the cache line with the holder; only the exchange writes.
     std::uint64_t reads = 0;
-    while (reads < SpinLimit && lock_.isLocked()) ++reads;
+    while (reads < SpinLimit && lock_.isLocked()) {
+      if (++reads <= kPatientReads) qvr::internal::relax();
+    }
     if (reads == SpinLimit) QVRSysThreadYield();
   } while (!lock_.acquire());
 }

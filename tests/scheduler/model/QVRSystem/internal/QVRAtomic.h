@@ -30,6 +30,8 @@ inline void wakeOne(std::uint32_t* word) noexcept {
   scheduler::note(woke, woke);
 }
 
+inline void relax() noexcept {}
+
 inline void yield() noexcept {
   if (scheduler::onThread()) scheduler::yieldToOthers();
 }
