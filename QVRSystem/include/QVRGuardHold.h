@@ -1,6 +1,8 @@
 // What the guards of all locks share.
 #pragma once
 
+#include "QVRThreadAnnotations.h"
+
 namespace qvr::internal {
 
 /// A hold of a lock that comes and goes: never taken or given back twice. Whether it
@@ -17,13 +19,13 @@ class GuardHold {
   GuardHold(const GuardHold&) = delete;
   GuardHold& operator=(const GuardHold&) = delete;
 
-  void acquire() {
+  void acquire() QVR_NO_THREAD_SAFETY_ANALYSIS {
     if (acquired_) return;
     (lock_.*take)();
     acquired_ = true;
   }
 
-  void release() {
+  void release() QVR_NO_THREAD_SAFETY_ANALYSIS {
     if (!acquired_) return;
     lock_.release();
     acquired_ = false;

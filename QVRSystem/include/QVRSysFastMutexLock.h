@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "QVRAtomicAccess.h"
+#include "QVRGuardHold.h"
 #include "QVRRecursiveLock.h"
 #include "QVRSystemExport.h"
 #include "QVRThreadAnnotations.h"
@@ -96,11 +97,10 @@ class QVRSYSTEM_API QVR_SCOPED_CAPABILITY QVRSysFastMutexLock::LockGuard {
   void acquire() noexcept QVR_ACQUIRE();
   void release() noexcept QVR_RELEASE();
   /// Whether this guard holds the lock at present.
-  bool isAcquired() const noexcept { return acquired_; }
+  bool isAcquired() const noexcept { return hold_.isAcquired(); }
 
  private:
-  QVRSysFastMutexLock& lock_;
-  bool acquired_;
+  qvr::internal::GuardHold<QVRSysFastMutexLock, &QVRSysFastMutexLock::acquire> hold_;
 };
 
 /// Lets go of a fast mutex that its thread holds, for a scope, or until
@@ -116,9 +116,8 @@ class QVRSYSTEM_API QVRSysFastMutexLock::UnlockGuard {
   void acquire() noexcept;
   void release() noexcept;
   /// Whether the lock is held again.
-  bool isAcquired() const noexcept { return acquired_; }
+  bool isAcquired() const noexcept { return hold_.isAcquired(); }
 
  private:
-  QVRSysFastMutexLock& lock_;
-  bool acquired_;
+  qvr::internal::GuardHold<QVRSysFastMutexLock, &QVRSysFastMutexLock::acquire> hold_;
 };

@@ -28,42 +28,23 @@ void QVRSysFastMutexLock::finalize() noexcept {
   RecursiveLock(native_).reset();
 }
 
-QVRSysFastMutexLock::LockGuard::LockGuard(QVRSysFastMutexLock& lock) noexcept
-    : lock_(lock), acquired_(false) {
-  lock_.acquire();
-  acquired_ = true;
+QVRSysFastMutexLock::LockGuard::LockGuard(QVRSysFastMutexLock& lock) noexcept : hold_(lock, false) {
+  hold_.acquire();
 }
 
-// The analysis does not follow a hold that depends on a flag.
-QVRSysFastMutexLock::LockGuard::~LockGuard() QVR_NO_THREAD_SAFETY_ANALYSIS { release(); }
+QVRSysFastMutexLock::LockGuard::~LockGuard() { hold_.release(); }
 
-void QVRSysFastMutexLock::LockGuard::acquire() noexcept QVR_NO_THREAD_SAFETY_ANALYSIS {
-  if (acquired_) return;
-  lock_.acquire();
-  acquired_ = true;
-}
+void QVRSysFastMutexLock::LockGuard::acquire() noexcept { hold_.acquire(); }
 
-void QVRSysFastMutexLock::LockGuard::release() noexcept QVR_NO_THREAD_SAFETY_ANALYSIS {
-  if (!acquired_) return;
-  lock_.release();
-  acquired_ = false;
-}
+void QVRSysFastMutexLock::LockGuard::release() noexcept { hold_.release(); }
 
 QVRSysFastMutexLock::UnlockGuard::UnlockGuard(QVRSysFastMutexLock& lock) noexcept
-    : lock_(lock), acquired_(true) {
-  release();
+    : hold_(lock, true) {
+  hold_.release();
 }
 
-QVRSysFastMutexLock::UnlockGuard::~UnlockGuard() { acquire(); }
+QVRSysFastMutexLock::UnlockGuard::~UnlockGuard() { hold_.acquire(); }
 
-void QVRSysFastMutexLock::UnlockGuard::acquire() noexcept QVR_NO_THREAD_SAFETY_ANALYSIS {
-  if (acquired_) return;
-  lock_.acquire();
-  acquired_ = true;
-}
+void QVRSysFastMutexLock::UnlockGuard::acquire() noexcept { hold_.acquire(); }
 
-void QVRSysFastMutexLock::UnlockGuard::release() noexcept QVR_NO_THREAD_SAFETY_ANALYSIS {
-  if (!acquired_) return;
-  lock_.release();
-  acquired_ = false;
-}
+void QVRSysFastMutexLock::UnlockGuard::release() noexcept { hold_.release(); }
