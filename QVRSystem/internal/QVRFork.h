@@ -14,6 +14,7 @@ enum class ForkRank {
   TraceSettings,
   TimeZone,
   OrphanedMutexes,
+  PoolCreation,
 };
 
 /// Puts a lock on the list that a fork takes before it and gives back after it,

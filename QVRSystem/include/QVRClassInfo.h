@@ -1,0 +1,79 @@
+// What a class says of itself at run time.
+#pragma once
+
+#include <cstddef>
+#include <iosfwd>
+#include <string>
+#include <typeinfo>
+#include <vector>
+
+#include "QVRSystemExport.h"
+
+class QVRDynamicObject;
+
+/// The record of a dynamic class: its name, the size of its objects, how to make one
+/// and its direct bases. Every dynamic class has one, a static object; records are
+/// told apart by the types that they describe, not by name, also between modules.
+///
+/// Nothing here throws but for want of memory.
+///
+/// @par Thread safety
+/// Records do not change unless assigned to; any thread may read them.
+class QVRSYSTEM_API QVRClassInfo {
+ public:
+  /// @param pointerType the type of a pointer to the class.
+  /// @param objectSize bytes per object.
+  /// @param factory makes a default object; null where that cannot be.
+  /// @param base1 the record of a direct base, or null; it must outlive this one,
+  ///   and need not be constructed yet.
+  /// @param base2 as `base1`.
+  QVRClassInfo(const std::type_info& pointerType, std::size_t objectSize,
+               QVRDynamicObject* (*factory)(), const QVRClassInfo* base1,
+               const QVRClassInfo* base2);
+
+  /// The plain name: of a nested class with its `::`, without blanks.
+  std::string getClassName() const { return name_; }
+
+  std::size_t getObjectSize() const noexcept { return objectSize_; }
+
+  /// Whether createObject() may be called.
+  bool isConstructable() const noexcept { return factory_ != nullptr; }
+
+  /// Always true.
+  bool isIdentifiable() const noexcept { return true; }
+
+  /// @return a new object, the caller's; one that is counted has count 0. Undefined
+  ///   unless isConstructable().
+  QVRDynamicObject* createObject() const { return factory_(); }
+
+  std::size_t getBaseCount() const noexcept { return bases_.size(); }
+
+  /// @param index from 0, below getBaseCount(): not tested.
+  const QVRClassInfo& getBaseInfo(std::size_t index) const noexcept { return *bases_[index]; }
+
+  /// Whether both describe one class.
+  bool isInstanceOf(const QVRClassInfo& other) const noexcept { return *type_ == *other.type_; }
+
+  /// Whether the class is the other's or derives from it, however far.
+  bool isDerivedFrom(const QVRClassInfo& other) const noexcept;
+
+  bool operator==(const QVRClassInfo& other) const noexcept { return isInstanceOf(other); }
+  bool operator!=(const QVRClassInfo& other) const noexcept { return !isInstanceOf(other); }
+
+  /// In the order of the types, so that records can key ordered containers.
+  bool operator<(const QVRClassInfo& other) const noexcept { return type_->before(*other.type_); }
+
+ private:
+  friend struct QVRClassInfoTestAccess;
+
+  static std::string FilterClassName(const char* rawName);
+
+  const std::type_info* type_;  // of the pointer to the class
+  std::string name_;
+  std::size_t objectSize_;
+  QVRDynamicObject* (*factory_)();
+  std::vector<const QVRClassInfo*> bases_;
+};
+
+/// Describes the class in lines: name, size, whether it can be made, bases.
+QVRSYSTEM_API std::ostream& operator<<(std::ostream& out, const QVRClassInfo& info);

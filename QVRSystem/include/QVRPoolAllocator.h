@@ -1,0 +1,78 @@
+// Memory for small objects of any size.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <iosfwd>
+
+#include "QVRBlockAllocator.h"
+#include "QVRSystemExport.h"
+
+/// Hands out memory from 128 block allocators, one for each class of sizes from 16 to
+/// 7680 bytes; larger requests go to the general heap. Whoever gives memory back says
+/// how much it asked for.
+///
+/// | bytes asked for | served in steps of |
+/// |---|---|
+/// | 0 to 512 | 16 |
+/// | 513 to 1536 | 32 |
+/// | 1537 to 3584 | 64 |
+/// | 3585 to 7680 | 128 |
+///
+/// The environment variable `QVRPoolAllocator`, read when a pool is made, switches it
+/// `on` or `off`, in any letter case; one that is off sends every request to the
+/// general heap, the global `operator new`.
+///
+/// @par Thread safety
+/// Any thread may call any operation but dump().
+/// @par Cost
+/// As QVRBlockAllocator; each class of sizes has a lock of its own.
+class QVRSYSTEM_API QVRPoolAllocator {
+ public:
+  /// @throws std::bad_alloc.
+  QVRPoolAllocator();
+
+  /// Frees the memory of all blocks, even of those in use.
+  ~QVRPoolAllocator();
+
+  QVRPoolAllocator(const QVRPoolAllocator&) = delete;
+  QVRPoolAllocator& operator=(const QVRPoolAllocator&) = delete;
+
+  /// @param size in bytes, 0 too. @return memory aligned to 16 bytes, the caller's
+  ///   until deallocate(); never null. @throws std::bad_alloc; nothing changes.
+  void* allocate(std::size_t size);
+
+  /// Takes memory back; ignores null.
+  /// @param size what allocate() was asked for.
+  void deallocate(void* memory, std::size_t size);
+
+  /// Gives what is wholly free in each size class back to the heap.
+  void compact();
+
+  /// Writes sizes and use of each size class. Takes no lock: no other thread may use
+  /// the pool meanwhile.
+  void dump(std::ostream& out) const;
+
+  /// Whether small requests are served here at all.
+  bool isEnabled() const noexcept { return enabled_; }
+
+  /// The pool of the process, made on first use and never destroyed: it serves static
+  /// objects of all modules, before their construction and after their destruction.
+  /// At exit it is compacted. @throws std::bad_alloc if it cannot be made.
+  static QVRPoolAllocator& Global();
+
+ private:
+  friend struct QVRPoolAllocatorTestAccess;
+
+  static constexpr std::size_t kBuckets = 128;
+
+  static std::size_t GetBucketIndex(std::size_t size) noexcept;
+  static std::size_t GetBucketSize(std::size_t index);
+  static QVRPoolAllocator& CreateGlobal();
+  static bool IsSwitchedOff();
+
+  bool serves(std::size_t size) const noexcept;
+
+  std::array<QVRBlockAllocator*, kBuckets> buckets_{};  // owned
+  const bool enabled_;
+};
