@@ -97,8 +97,8 @@ class RangeMap {
   /// Needs room for one more.
   void insert(const void* begin, std::size_t number) noexcept {
     const auto first = reinterpret_cast<std::uintptr_t>(begin);
-    place({first, number, 0});
-    if (pageOf(first + length_ - 1) != pageOf(first)) place({first, number, 1});
+    place({first, 2 * number});
+    if (pageOf(first + length_ - 1) != pageOf(first)) place({first, 2 * number + 1});
   }
 
   void clear() noexcept { std::fill(entries_.begin(), entries_.end(), Entry{}); }
@@ -108,16 +108,18 @@ class RangeMap {
     if (entries_.empty()) return kNone;
     const auto at = reinterpret_cast<std::uintptr_t>(address);
     for (std::size_t i = slotOf(pageOf(at)); entries_[i].begin != 0; i = next(i)) {
-      if (at - entries_[i].begin < length_) return entries_[i].number;
+      if (at - entries_[i].begin < length_) return entries_[i].number();
     }
     return kNone;
   }
 
  private:
   struct Entry {
-    std::uintptr_t begin = 0;     // of the range; 0: the entry is free
-    std::size_t number : 63 = 0;  // of the range
-    std::size_t page : 1 = 0;     // of its one or two pages
+    std::uintptr_t begin = 0;       // of the range; 0: the entry is free
+    std::size_t numberAndPage = 0;  // twice the range's number, and which of its pages
+
+    std::size_t number() const noexcept { return numberAndPage / 2; }
+    std::size_t page() const noexcept { return numberAndPage % 2; }
   };
 
   static constexpr std::size_t kLeastEntries = 16;
@@ -134,7 +136,7 @@ class RangeMap {
   std::size_t mask() const noexcept { return entries_.size() - 1; }
 
   void place(const Entry& entry) noexcept {
-    std::size_t slot = slotOf(pageOf(entry.begin) + entry.page);
+    std::size_t slot = slotOf(pageOf(entry.begin) + entry.page());
     while (entries_[slot].begin != 0) slot = next(slot);
     entries_[slot] = entry;
   }
