@@ -2,7 +2,6 @@
 
 #include <cxxabi.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <new>
@@ -35,18 +34,20 @@ void eraseAll(std::string& text, std::string_view part) {
 QVRClassInfo::QVRClassInfo(const std::type_info& pointerType, std::size_t objectSize,
                            QVRDynamicObject* (*factory)(), const QVRClassInfo* base1,
                            const QVRClassInfo* base2)
-    : type_(&pointerType),
-      name_(FilterClassName(readableName(pointerType).c_str())),
+    : name_(FilterClassName(readableName(pointerType).c_str())),
+      type_(&pointerType),
+      hash_(pointerType.hash_code()),
       objectSize_(objectSize),
-      factory_(factory) {
-  for (const QVRClassInfo* base : {base1, base2}) {
-    if (base != nullptr) bases_.push_back(base);
-  }
-}
+      factory_(factory),
+      bases_{base1 != nullptr ? base1 : base2, base1 != nullptr ? base2 : nullptr} {}
 
 bool QVRClassInfo::isDerivedFrom(const QVRClassInfo& other) const noexcept {
-  return isInstanceOf(other) || std::any_of(bases_.begin(), bases_.end(),
-                                            [&](auto* base) { return base->isDerivedFrom(other); });
+  for (const QVRClassInfo* info = this; info != nullptr; info = info->bases_[0]) {
+    if (info->isInstanceOf(other)) return true;
+    const QVRClassInfo* const second = info->bases_[1];
+    if (second != nullptr && second->isDerivedFrom(other)) return true;
+  }
+  return false;
 }
 
 std::string QVRClassInfo::FilterClassName(const char* rawName) {
