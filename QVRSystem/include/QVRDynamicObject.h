@@ -24,10 +24,13 @@
 /// QVR_DEFINE_DYNAMIC_CLASS(Valve, QVRDynamicObject);  // in one source
 /// @endcode
 ///
-/// A class that owns something overrides orphanObject() to let go of it before the
-/// destruction; the destructor sees to it that an object is orphaned once.
+/// A class that can let go of what it owns before it is destroyed does so in an
+/// override of orphanObject(), which ends with that of its base. The destructors here
+/// call none of the overrides: an object that is not orphaned by then becomes so.
 ///
 /// Only lack of memory is thrown here; destructors of derived classes may throw.
+/// A factory gives the storage back where the constructor throws, and the exception
+/// comes through.
 ///
 /// @par Thread safety
 /// As an int: any thread may read, one may change an object that no other uses.
@@ -123,6 +126,7 @@ QVRClassInfo makeClassInfo(QVRDynamicObject* (*factory)()) {
   static_assert(std::is_base_of_v<QVRDynamicObject, Class>, "a dynamic class has the root as base");
   static_assert(sizeof...(Bases) <= 2, "a record names at most two bases");
   static_assert((std::is_base_of_v<Bases, Class> && ...), "a record names bases of the class only");
+  static_assert(!(std::is_same_v<Bases, Class> || ...), "a class is no base of its own");
   static_assert(alignof(Class) <= 16, "the pool aligns to 16 bytes");
   const QVRClassInfo* const bases[] = {&Bases::ClassInfo()..., nullptr, nullptr};
   return {typeid(Class*), sizeof(Class), factory, bases[0], bases[1]};
@@ -149,8 +153,8 @@ QVRClassInfo makeClassInfo(QVRDynamicObject* (*factory)()) {
 
 /// In one source, in the namespace of the class: defines what was declared. The
 /// bases are those direct ones that are dynamic classes, two at most, virtual ones
-/// too. The class has a default constructor and one from `(const Class&, CopyMode)`,
-/// of any access.
+/// too; isDerivedFrom() knows no others. The class has a default constructor and one
+/// from `(const Class&, CopyMode)`, of any access, and is aligned to 16 bytes at most.
 #define QVR_DEFINE_DYNAMIC_CLASS(Class, ...)                                                \
   ::QVRDynamicObject* Class::_CreateObject() {                                              \
     return ::qvr::internal::asDynamicObject<Class __VA_OPT__(, ) __VA_ARGS__>(new Class()); \
