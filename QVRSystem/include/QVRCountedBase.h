@@ -50,8 +50,8 @@ class QVRSYSTEM_API QVRCountedBase {
 
   ~QVRCountedBase() { QVRCountedBase::detach(); }
 
-  /// Lets go of the old object, then counts the new one: nothing happens where both
-  /// are the same.
+  /// Lets go of the old object, then counts the new one, which must not live only
+  /// through the old one. Nothing happens where both are the same.
   QVRCountedBase& operator=(const QVRCountedObject* object) noexcept {
     transfer(const_cast<QVRCountedObject*>(object));
     return *this;
