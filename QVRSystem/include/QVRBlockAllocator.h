@@ -61,7 +61,7 @@ class QVRSYSTEM_API QVRBlockAllocator {
   void dump(std::ostream& out) const QVR_NO_THREAD_SAFETY_ANALYSIS;
 
  private:
-  friend struct QVRBlockAllocatorTestAccess;
+  friend class QVRPoolAllocator;  // of whose global one a fork takes all locks
 
   struct Segment {
     unsigned char* begin;

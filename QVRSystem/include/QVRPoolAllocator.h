@@ -64,6 +64,8 @@ class QVRSYSTEM_API QVRPoolAllocator {
  private:
   friend struct QVRPoolAllocatorTestAccess;
 
+  struct ForkedBuckets;
+
   static constexpr std::size_t kBuckets = 128;
 
   static std::size_t GetBucketIndex(std::size_t size) noexcept;

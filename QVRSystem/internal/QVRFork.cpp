@@ -16,14 +16,19 @@ class ForkLockList {
     *place = &lock;
   }
 
-  template <class Action>
-  static void forEach(Action action) {
-    for (ForkLock* lock = first_; lock != nullptr; lock = lock->next_) {
-      action(RecursiveLock(lock->storage_));
-    }
+  static void forEach(const ForkLock::Action& action) {
+    for (const ForkLock* lock = first_; lock != nullptr; lock = lock->next_) lock->apply(action);
   }
 
+  static void forEachBackwards(const ForkLock::Action& action) { fromLastTo(first_, action); }
+
  private:
+  static void fromLastTo(const ForkLock* lock, const ForkLock::Action& action) {
+    if (lock == nullptr) return;
+    fromLastTo(lock->next_, action);
+    lock->apply(action);
+  }
+
   static constinit ForkLock* first_;
 };
 
@@ -35,8 +40,9 @@ void acquireAll() {
   ForkLockList::forEach([](RecursiveLock lock) { lock.acquire(); });
 }
 
+// Highest rank first: what a lock guards may be the locks after it.
 void releaseAll() {
-  ForkLockList::forEach([](RecursiveLock lock) { lock.release(); });
+  ForkLockList::forEachBackwards([](RecursiveLock lock) { lock.release(); });
 }
 
 // The only thread of the child has another identifier than the one it was made
@@ -56,8 +62,20 @@ void continueInChild() {
 }  // namespace
 
 ForkLock::ForkLock(ForkRank rank, void* nativeLock) noexcept
-    : rank_(rank), storage_(*static_cast<RecursiveLockStorage*>(nativeLock)) {
+    : rank_(rank), storage_(static_cast<RecursiveLockStorage*>(nativeLock)) {
   ForkLockList::insert(*this);
+}
+
+ForkLock::ForkLock(ForkRank rank, ForEach forEach) noexcept : rank_(rank), forEach_(forEach) {
+  ForkLockList::insert(*this);
+}
+
+void ForkLock::apply(const Action& action) const {
+  if (forEach_ != nullptr) {
+    forEach_(action);
+  } else {
+    action(RecursiveLock(*storage_));
+  }
 }
 
 }  // namespace qvr::internal

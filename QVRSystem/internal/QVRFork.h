@@ -1,6 +1,8 @@
 // The locks that are free and consistent in the child of a fork.
 #pragma once
 
+#include <functional>
+
 #include "QVRRecursiveLock.h"
 
 namespace qvr::internal {
@@ -15,15 +17,24 @@ enum class ForkRank {
   TimeZone,
   OrphanedMutexes,
   PoolCreation,
+  PoolBuckets,
 };
 
-/// Puts a lock on the list that a fork takes before it and gives back after it,
-/// in both processes. A static object beside the lock, which must last as long
-/// as the process; it is never taken off.
+/// Puts a lock, or all locks of one kind, on the list that a fork takes before it
+/// and gives back after it, in both processes. A static object beside the lock,
+/// which must last as long as the process; it is never taken off.
 class ForkLock {
  public:
+  using Action = std::function<void(RecursiveLock)>;
+  using ForEach = void (*)(const Action& action);
+
   /// @param nativeLock what getNativeLock() of the lock answers.
   ForkLock(ForkRank rank, void* nativeLock) noexcept;
+
+  /// For locks that come and go while the process runs.
+  /// @param forEach does the action to each lock that there is. A fork calls it while
+  ///   it holds all locks of lower ranks: one of them guards which locks there are.
+  ForkLock(ForkRank rank, ForEach forEach) noexcept;
 
   ForkLock(const ForkLock&) = delete;
   ForkLock& operator=(const ForkLock&) = delete;
@@ -31,8 +42,11 @@ class ForkLock {
  private:
   friend class ForkLockList;
 
+  void apply(const Action& action) const;
+
   const ForkRank rank_;
-  RecursiveLockStorage& storage_;
+  RecursiveLockStorage* const storage_ = nullptr;  // or else forEach_ is set
+  const ForEach forEach_ = nullptr;
   ForkLock* next_ = nullptr;  // written before any second thread can fork
 };
 

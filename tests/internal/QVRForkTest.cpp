@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
+#include <deque>
 #include <thread>
 
 #include "QVRSysFastMutexLock.h"
@@ -17,15 +19,23 @@ using qvr::internal::ForkRank;
 using qvr::internal::RecursiveLock;
 using qvr::internal::RecursiveLockStorage;
 
+RecursiveLock nativeOf(QVRSysFastMutexLock& lock) {
+  return RecursiveLock(*static_cast<RecursiveLockStorage*>(lock.getNativeLock()));
+}
+
 QVRSysFastMutexLock outer{QVRStaticObject{}};
 QVRSysFastMutexLock inner{QVRStaticObject{}};
 // Registered against their order: the ranks decide.
 const ForkLock innerHandled(ForkRank::TraceSettings, inner.getNativeLock());
 const ForkLock outerHandled(ForkRank::TraceLines, outer.getNativeLock());
 
-RecursiveLock nativeOf(QVRSysFastMutexLock& lock) {
-  return RecursiveLock(*static_cast<RecursiveLockStorage*>(lock.getNativeLock()));
-}
+// Locks that are made while the process runs, under the lock before them.
+QVRSysFastMutexLock makerLock{QVRStaticObject{}};
+std::deque<QVRSysFastMutexLock> made;
+const ForkLock makerHandled(ForkRank::PoolCreation, makerLock.getNativeLock());
+const ForkLock madeHandled(ForkRank::PoolBuckets, [](const ForkLock::Action& action) {
+  for (QVRSysFastMutexLock& lock : made) action(nativeOf(lock));
+});
 
 TEST(QVRForkTest, ChildFindsLocksFreeThatOtherThreadsWereUsing) {
   std::atomic<bool> stop = false;
@@ -76,6 +86,33 @@ TEST(QVRForkTest, ChildKeepsWhatItsThreadHeld) {
   EXPECT_EQ(status, 0);
   EXPECT_TRUE(nativeOf(outer).release());
   EXPECT_TRUE(nativeOf(outer).release());
+}
+
+TEST(QVRForkTest, ChildFindsLocksFreeThatWereMadeMeanwhile) {
+  std::atomic<bool> stop = false;
+  std::thread maker([&] {
+    while (!stop) {
+      const QVRSysFastMutexLock::LockGuard making(makerLock);
+      if (made.size() == 200) made.clear();
+      made.emplace_back();
+      const QVRSysFastMutexLock::LockGuard inUse(made.back());
+    }
+  });
+
+  for (int i = 0; i < 50; ++i) {
+    EXPECT_EQ(exitStatusOfFork([] {
+                const bool free = nativeOf(makerLock).tryAcquire() &&
+                                  std::all_of(made.begin(), made.end(), [](auto& lock) {
+                                    return nativeOf(lock).tryAcquire();
+                                  });
+                return free ? 0 : 1;
+              }),
+              0);
+  }
+
+  stop = true;
+  maker.join();
+  made.clear();
 }
 
 }  // namespace

@@ -13,6 +13,8 @@
 using qvr::internal::AtomicRef;
 using qvr::internal::ForkLock;
 using qvr::internal::ForkRank;
+using qvr::internal::RecursiveLock;
+using qvr::internal::RecursiveLockStorage;
 
 namespace {
 
@@ -47,6 +49,10 @@ constinit QVRPoolAllocator* global = nullptr;
 QVRSysFastMutexLock creationLock{QVRStaticObject{}};
 const ForkLock forkCreationLock(ForkRank::PoolCreation, creationLock.getNativeLock());
 
+RecursiveLock nativeLockOf(const QVRSysFastMutexLock& lock) {
+  return RecursiveLock(*static_cast<RecursiveLockStorage*>(lock.getNativeLock()));
+}
+
 void compactGlobal() { QVRPoolAllocator::Global().compact(); }
 
 // Letter case of ASCII, whatever the locale.
@@ -56,6 +62,20 @@ bool equalsIgnoringCase(std::string_view text, std::string_view lowerCase) {
 }
 
 }  // namespace
+
+// The creation lock guards which buckets the process-wide pool has.
+struct QVRPoolAllocator::ForkedBuckets {
+  static const ForkLock locks;
+
+  static void forEach(const ForkLock::Action& action) {
+    if (global == nullptr) return;
+    for (const QVRBlockAllocator* bucket : global->buckets_) {
+      action(nativeLockOf(bucket->lock_));
+    }
+  }
+};
+
+const ForkLock QVRPoolAllocator::ForkedBuckets::locks(ForkRank::PoolBuckets, &forEach);
 
 QVRPoolAllocator::QVRPoolAllocator() : enabled_(!IsSwitchedOff()) {
   std::array<std::unique_ptr<QVRBlockAllocator>, kBuckets> made;
