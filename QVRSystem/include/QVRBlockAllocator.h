@@ -22,19 +22,24 @@ class SegmentIndex;
 /// freed last comes first. Blocks carry no header: the first byte of a free one is
 /// the index of the next. Memory goes back to the heap only through compact().
 ///
-/// Segments come from the global `operator new`. In builds for AddressSanitizer free
-/// blocks are poisoned, and in builds for Valgrind marked as not accessible.
+/// Segments come from the global `operator new`; a new-handler may call any operation
+/// but dump() of the allocator that it is to find memory for. In builds for
+/// AddressSanitizer free blocks are poisoned, and in builds for Valgrind marked as not
+/// accessible.
 ///
 /// @par Thread safety
-/// Any thread may call any operation but dump().
+/// Any thread may call any operation but dump(). The destructor is one thread's, after
+/// all other calls.
 /// @par Cost
 /// allocate() and deallocate() are constant on average, however many segments
-/// there are; compact() is linear in their number.
+/// there are; compact() is linear in their number, or in the largest that it has been
+/// where it frees any.
 class QVRSYSTEM_API QVRBlockAllocator {
  public:
-  /// @param blockSize bytes per block, not 0. A segment holds
+  /// Makes no segment yet.
+  /// @param blockSize bytes per block, not 0: that divides by zero. A segment holds
   ///   131072 / blockSize blocks, at most 255; 4 where the quotient is 0.
-  /// @throws std::bad_alloc.
+  /// @throws std::bad_alloc if the heap refuses memory.
   explicit QVRBlockAllocator(std::size_t blockSize);
 
   /// Frees all segments, even those with blocks in use.
@@ -43,24 +48,29 @@ class QVRSYSTEM_API QVRBlockAllocator {
   QVRBlockAllocator(const QVRBlockAllocator&) = delete;
   QVRBlockAllocator& operator=(const QVRBlockAllocator&) = delete;
 
-  /// @return a block, the caller's until deallocate(); never null.
-  /// @throws std::bad_alloc if the heap refuses a segment, or its bytes cannot be
-  ///   counted; nothing changes.
+  /// @return a block, the caller's until deallocate(); never null. Blocks lie side by
+  ///   side: they are aligned to 16 bytes where blockSize is a multiple of 16. What a
+  ///   block holds is indeterminate.
+  /// @throws std::bad_alloc if a new segment is needed and the heap refuses it, or its
+  ///   bytes cannot be counted; nothing changes.
   void* allocate();
 
-  /// Takes back a block of this allocator; ignores null. A foreign block is
-  /// reported ("Program error", "Deallocation segment not found", line 401) and left
-  /// alone. Needs no memory.
+  /// Takes back a block of this allocator; ignores null. A pointer that lies in none of
+  /// its segments is reported ("Program error", "Deallocation segment not found",
+  /// line 401) and left alone. Throws nothing and needs no memory.
   void deallocate(void* block);
 
-  /// Gives every wholly free segment back to the heap.
+  /// Gives every wholly free segment back to the heap. Then the youngest that is left
+  /// serves the next request. Throws nothing and needs no memory.
   void compact();
 
-  /// Writes sizes and use, one line per segment. Takes no lock: no other
-  /// thread may use the allocator meanwhile.
+  /// Writes sizes and use: a line for the allocator, and one for each segment in the
+  /// order in which they were made. Takes no lock: no other thread may use the allocator
+  /// meanwhile. Throws what the stream throws.
   void dump(std::ostream& out) const QVR_NO_THREAD_SAFETY_ANALYSIS;
 
  private:
+  friend struct QVRBlockAllocatorTestAccess;
   friend class QVRPoolAllocator;  // of whose global one a fork takes all locks
 
   struct Segment {
@@ -71,20 +81,25 @@ class QVRSYSTEM_API QVRBlockAllocator {
     std::uint8_t firstFree;
   };
 
-  Segment* findFreeSegment() QVR_REQUIRES(lock_);
+  Segment& findFreeSegment() QVR_REQUIRES(lock_);
   Segment* findUsedSegment(unsigned char* block) QVR_REQUIRES(lock_);
-  Segment* addSegment() QVR_REQUIRES(lock_);
+  void addSegment() QVR_REQUIRES(lock_);
+  std::vector<Segment> makeRoom() QVR_REQUIRES(lock_);
   void enter(const Segment& segment) QVR_REQUIRES(lock_);
+  void renewIndex() QVR_REQUIRES(lock_);
   std::size_t numberOf(const Segment& segment) const QVR_REQUIRES(lock_);
   bool tryDeallocate(unsigned char* block);
   static void freeStorage(const Segment& segment);
 
+  // Both remembered segments are among the segments, or null while there are none; the
+  // index finds every segment, and the first of those that have room.
+  bool isValid() const QVR_NO_THREAD_SAFETY_ANALYSIS;
+
   const std::size_t blockSize_;
   const std::size_t blockCount_;  // per segment
   std::vector<Segment> segments_ QVR_GUARDED_BY(lock_);
-  // Where a block lies, and which segments have room: derived from segments_, and
-  // guarded as they are.
-  const std::unique_ptr<qvr::internal::SegmentIndex> index_;
+  // Where a block lies, and which segments have room: derived from segments_.
+  const std::unique_ptr<qvr::internal::SegmentIndex> index_ QVR_PT_GUARDED_BY(lock_);
   // Where the last call was served; null while there are no segments.
   Segment* allocationSegment_ QVR_GUARDED_BY(lock_) = nullptr;
   Segment* deallocationSegment_ QVR_GUARDED_BY(lock_) = nullptr;

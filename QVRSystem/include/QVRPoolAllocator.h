@@ -20,37 +20,42 @@
 /// | 3585 to 7680 | 128 |
 ///
 /// The environment variable `QVRPoolAllocator`, read when a pool is made, switches it
-/// `on` or `off`, in any letter case; one that is off sends every request to the
-/// general heap, the global `operator new`.
+/// `on` or `off`, in any letter case; another value, or none, leaves it on. One that is
+/// off sends every request to the general heap, the global `operator new`.
 ///
 /// @par Thread safety
-/// Any thread may call any operation but dump().
+/// Any thread may call any operation but dump(). The destructor is one thread's, after
+/// all other calls.
 /// @par Cost
 /// As QVRBlockAllocator; each class of sizes has a lock of its own.
 class QVRSYSTEM_API QVRPoolAllocator {
  public:
-  /// @throws std::bad_alloc.
+  /// Makes the block allocators, without any segment.
+  /// @throws std::bad_alloc if the heap refuses memory.
   QVRPoolAllocator();
 
-  /// Frees the memory of all blocks, even of those in use.
+  /// Frees the memory of all blocks, even of those in use; not that of larger requests.
   ~QVRPoolAllocator();
 
   QVRPoolAllocator(const QVRPoolAllocator&) = delete;
   QVRPoolAllocator& operator=(const QVRPoolAllocator&) = delete;
 
-  /// @param size in bytes, 0 too. @return memory aligned to 16 bytes, the caller's
-  ///   until deallocate(); never null. @throws std::bad_alloc; nothing changes.
+  /// @param size in bytes, 0 too.
+  /// @return memory aligned to 16 bytes, the caller's until deallocate(); never null.
+  /// @throws std::bad_alloc if the heap refuses memory; nothing changes.
   void* allocate(std::size_t size);
 
-  /// Takes memory back; ignores null.
+  /// Takes memory back; ignores null. Throws nothing and needs no memory. What is not
+  /// from the size class of `size` is reported as QVRBlockAllocator::deallocate() does.
   /// @param size what allocate() was asked for.
   void deallocate(void* memory, std::size_t size);
 
-  /// Gives what is wholly free in each size class back to the heap.
+  /// Gives what is wholly free in each size class back to the heap. Throws nothing and
+  /// needs no memory, so a new-handler may call it.
   void compact();
 
-  /// Writes sizes and use of each size class. Takes no lock: no other thread may use
-  /// the pool meanwhile.
+  /// Writes sizes and use of each size class, as QVRBlockAllocator::dump(). Takes no
+  /// lock: no other thread may use the pool meanwhile.
   void dump(std::ostream& out) const;
 
   /// Whether small requests are served here at all.
@@ -58,7 +63,9 @@ class QVRSYSTEM_API QVRPoolAllocator {
 
   /// The pool of the process, made on first use and never destroyed: it serves static
   /// objects of all modules, before their construction and after their destruction.
-  /// At exit it is compacted. @throws std::bad_alloc if it cannot be made.
+  /// At exit it is compacted; in the child of a fork it can be used. Any thread may ask.
+  /// @throws std::bad_alloc if it cannot be made, or while it is being made to a
+  ///   new-handler called for it; the next call tries again.
   static QVRPoolAllocator& Global();
 
  private:
@@ -68,7 +75,10 @@ class QVRSYSTEM_API QVRPoolAllocator {
 
   static constexpr std::size_t kBuckets = 128;
 
+  // Of a size that a bucket serves.
   static std::size_t GetBucketIndex(std::size_t size) noexcept;
+  // An index of 128 or more is reported ("Program error", "Invalid Bucket Index", line 59)
+  // and answered with 7681.
   static std::size_t GetBucketSize(std::size_t index);
   static QVRPoolAllocator& CreateGlobal();
   static bool IsSwitchedOff();

@@ -34,6 +34,7 @@ std::size_t blocksPerSegment(std::size_t blockSize) {
 struct HeapDelete {
   void operator()(unsigned char* storage) const { ::operator delete(storage); }
 };
+using Storage = std::unique_ptr<unsigned char, HeapDelete>;
 
 }  // namespace
 
@@ -51,7 +52,7 @@ QVRBlockAllocator::~QVRBlockAllocator() {
 void* QVRBlockAllocator::allocate() {
   const ShortSection section;
   const QVRSysFastMutexLock::LockGuard guard(lock_);
-  Segment& segment = *findFreeSegment();
+  Segment& segment = findFreeSegment();
   unsigned char* const block = segment.begin + segment.firstFree * blockSize_;
   markUsable(block, blockSize_);
   segment.firstFree = *block;
@@ -83,13 +84,13 @@ bool QVRBlockAllocator::tryDeallocate(unsigned char* block) {
 void QVRBlockAllocator::compact() {
   const ShortSection section;
   const QVRSysFastMutexLock::LockGuard guard(lock_);
+  const std::size_t before = segments_.size();
   std::erase_if(segments_, [](const Segment& segment) {
     const bool unused = segment.free == segment.total;
     if (unused) freeStorage(segment);
     return unused;
   });
-  index_->clear();
-  for (const Segment& segment : segments_) enter(segment);
+  if (segments_.size() != before) renewIndex();
   allocationSegment_ = segments_.empty() ? nullptr : &segments_.back();
   deallocationSegment_ = segments_.empty() ? nullptr : &segments_.front();
 }
@@ -104,12 +105,16 @@ void QVRBlockAllocator::dump(std::ostream& out) const {
   }
 }
 
-QVRBlockAllocator::Segment* QVRBlockAllocator::findFreeSegment() {
+QVRBlockAllocator::Segment& QVRBlockAllocator::findFreeSegment() {
   if (allocationSegment_ == nullptr || allocationSegment_->free == 0) {
     const std::size_t number = index_->firstWithRoom();
-    allocationSegment_ = number != SegmentIndex::kNone ? &segments_[number] : addSegment();
+    if (number != SegmentIndex::kNone) {
+      allocationSegment_ = &segments_[number];
+    } else {
+      addSegment();
+    }
   }
-  return allocationSegment_;
+  return *allocationSegment_;
 }
 
 QVRBlockAllocator::Segment* QVRBlockAllocator::findUsedSegment(unsigned char* block) {
@@ -120,29 +125,50 @@ QVRBlockAllocator::Segment* QVRBlockAllocator::findUsedSegment(unsigned char* bl
   return deallocationSegment_ = &segments_[number];
 }
 
-QVRBlockAllocator::Segment* QVRBlockAllocator::addSegment() {
+void QVRBlockAllocator::addSegment() {
   const std::size_t bytes = blockSize_ * blockCount_;
   if (bytes / blockCount_ != blockSize_) throw std::bad_alloc();
-  std::unique_ptr<unsigned char, HeapDelete> storage(
-      static_cast<unsigned char*>(::operator new(bytes)));
-  index_->reserve(segments_.size() + 1);
-  const auto total = static_cast<std::uint8_t>(blockCount_);
-  segments_.push_back({storage.get(), storage.get() + bytes, total, total, 0});
+  Storage storage(static_cast<unsigned char*>(::operator new(bytes)));
+  const std::vector<Segment> outgrown = makeRoom();
   unsigned char* const begin = storage.release();
   for (std::size_t i = 0; i < blockCount_; ++i) {
     begin[i * blockSize_] = static_cast<unsigned char>(i + 1);
   }
   markFree(begin, bytes);
+  const auto total = static_cast<std::uint8_t>(blockCount_);
+  segments_.push_back({begin, begin + bytes, total, total, 0});
   enter(segments_.back());
-  // The array may have moved.
+  allocationSegment_ = &segments_.back();
   deallocationSegment_ = &segments_.front();
-  return &segments_.back();
+}
+
+// Whoever answers for the heap may use this allocator meanwhile, as a new-handler does
+// that frees or compacts: so the array is left alone until both have their room, and the
+// old one lasts until nothing points into it.
+std::vector<QVRBlockAllocator::Segment> QVRBlockAllocator::makeRoom() {
+  std::vector<Segment> array;
+  std::size_t needed = 0;
+  do {
+    needed = segments_.size() + 1;
+    if (segments_.capacity() < needed) array.reserve(2 * needed);
+    index_->reserve(needed);
+  } while (segments_.size() >= needed);
+  if (segments_.capacity() < needed) {
+    array.assign(segments_.begin(), segments_.end());
+    segments_.swap(array);
+  }
+  return array;
 }
 
 void QVRBlockAllocator::enter(const Segment& segment) {
   const std::size_t number = numberOf(segment);
   index_->add(segment.begin, number);
   if (segment.free != 0) index_->setRoom(number, true);
+}
+
+void QVRBlockAllocator::renewIndex() {
+  index_->clear();
+  for (const Segment& segment : segments_) enter(segment);
 }
 
 std::size_t QVRBlockAllocator::numberOf(const Segment& segment) const {
@@ -152,4 +178,20 @@ std::size_t QVRBlockAllocator::numberOf(const Segment& segment) const {
 void QVRBlockAllocator::freeStorage(const Segment& segment) {
   markUsable(segment.begin, static_cast<std::size_t>(segment.end - segment.begin));
   ::operator delete(segment.begin);
+}
+
+bool QVRBlockAllocator::isValid() const {
+  std::size_t firstWithRoom = SegmentIndex::kNone;
+  for (const Segment& segment : segments_) {
+    const std::size_t number = numberOf(segment);
+    if (firstWithRoom == SegmentIndex::kNone && segment.free != 0) firstWithRoom = number;
+    if (segment.free > segment.total) return false;
+    if (index_->segmentOf(segment.begin) != number) return false;
+    if (index_->segmentOf(segment.end - 1) != number) return false;
+  }
+  const auto isOneOfThem = [this](const Segment* segment) QVR_NO_THREAD_SAFETY_ANALYSIS {
+    return segment == nullptr ? segments_.empty() : numberOf(*segment) < segments_.size();
+  };
+  return index_->firstWithRoom() == firstWithRoom && isOneOfThem(allocationSegment_) &&
+         isOneOfThem(deallocationSegment_);
 }

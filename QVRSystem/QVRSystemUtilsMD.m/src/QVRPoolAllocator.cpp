@@ -5,6 +5,7 @@
 #include <memory>
 #include <new>
 #include <string_view>
+#include <utility>
 
 #include "QVRAssert.h"
 #include "QVRSystem/internal/QVRAtomic.h"
@@ -48,6 +49,22 @@ constexpr std::size_t sizeIn(const BucketRange& range, std::size_t index) {
 constinit QVRPoolAllocator* global = nullptr;
 QVRSysFastMutexLock creationLock{QVRStaticObject{}};
 const ForkLock forkCreationLock(ForkRank::PoolCreation, creationLock.getNativeLock());
+
+// The pool is being made, by the holder of the creation lock. A new-handler that wants
+// to compact it is told that there is none, rather than led to make it once more.
+class Creation {
+ public:
+  Creation() {
+    if (std::exchange(inProgress, true)) throw std::bad_alloc();
+  }
+  ~Creation() { inProgress = false; }
+
+  Creation(const Creation&) = delete;
+  Creation& operator=(const Creation&) = delete;
+
+ private:
+  static inline bool inProgress QVR_GUARDED_BY(creationLock) = false;
+};
 
 RecursiveLock nativeLockOf(const QVRSysFastMutexLock& lock) {
   return RecursiveLock(*static_cast<RecursiveLockStorage*>(lock.getNativeLock()));
@@ -119,6 +136,7 @@ QVRPoolAllocator& QVRPoolAllocator::Global() {
 QVRPoolAllocator& QVRPoolAllocator::CreateGlobal() {
   const QVRSysFastMutexLock::LockGuard guard(creationLock);
   if (global == nullptr) {
+    const Creation creation;
     AtomicRef<QVRPoolAllocator*>(global).store(new QVRPoolAllocator, std::memory_order_release);
     // Without room for the handler the memory stays with the process to its end.
     std::atexit(&compactGlobal);

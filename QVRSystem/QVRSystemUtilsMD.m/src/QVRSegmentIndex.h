@@ -16,16 +16,16 @@ namespace qvr::internal {
 /// Changes and questions cost a step per level.
 class NumberSet {
  public:
-  /// Makes room for the numbers below `count`. @throws std::bad_alloc.
+  /// Makes room for the numbers below `count`. @throws std::bad_alloc; nothing changes.
   void reserve(std::size_t count) {
-    for (auto& level : levels_) {
+    for (Level& level : levels_) {
       count = (count + kBits - 1) / kBits;
-      if (level.size() < count) level.resize(std::max(count, 2 * level.size()));
+      if (level.size() < count) grow(level, std::max(count, 2 * level.size()));
     }
   }
 
   void insert(std::size_t number) noexcept {
-    for (auto& level : levels_) {
+    for (Level& level : levels_) {
       std::uint64_t& word = level[number / kBits];
       const bool known = word != 0;
       word |= bitOf(number);
@@ -35,7 +35,7 @@ class NumberSet {
   }
 
   void erase(std::size_t number) noexcept {
-    for (auto& level : levels_) {
+    for (Level& level : levels_) {
       std::uint64_t& word = level[number / kBits];
       word &= ~bitOf(number);
       if (word != 0) return;
@@ -44,7 +44,7 @@ class NumberSet {
   }
 
   void clear() noexcept {
-    for (auto& level : levels_) std::fill(level.begin(), level.end(), 0);
+    for (Level& level : levels_) std::fill(level.begin(), level.end(), 0);
   }
 
   /// @return the least number; `none` where the set is empty.
@@ -62,12 +62,22 @@ class NumberSet {
  private:
   static constexpr std::size_t kBits = 64;
 
+  using Level = std::vector<std::uint64_t>;
+
+  // A new-handler may have changed the level, and even its size, when the memory is there.
+  static void grow(Level& level, std::size_t size) {
+    Level larger(size);
+    if (size <= level.size()) return;
+    std::copy(level.begin(), level.end(), larger.begin());
+    level.swap(larger);
+  }
+
   static std::uint64_t bitOf(std::size_t number) noexcept {
     return std::uint64_t{1} << (number % kBits);
   }
 
   // Four of them: above 64^4 numbers the topmost has more than one word.
-  std::array<std::vector<std::uint64_t>, 4> levels_;
+  std::array<Level, 4> levels_;
 };
 
 /// Which of a number of ranges of one length an address lies in.
@@ -88,6 +98,8 @@ class RangeMap {
     const std::size_t needed = std::bit_ceil(std::max(kLeastEntries, 4 * count));
     if (needed <= entries_.size()) return;
     std::vector<Entry> old(needed);
+    // A new-handler may have come here before.
+    if (needed <= entries_.size()) return;
     old.swap(entries_);
     for (const Entry& entry : old) {
       if (entry.begin != 0) place(entry);
