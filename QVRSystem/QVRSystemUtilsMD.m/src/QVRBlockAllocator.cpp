@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <new>
 #include <ostream>
+#include <string>
 
 #include "QVRAssert.h"
 #include "QVRFreeBlock.h"
@@ -95,13 +96,16 @@ void QVRBlockAllocator::compact() {
   deallocationSegment_ = segments_.empty() ? nullptr : &segments_.front();
 }
 
+// Numbers as texts: decimal, whatever the stream's base and the digits of its locale.
 void QVRBlockAllocator::dump(std::ostream& out) const {
-  out << "Block " << static_cast<const void*>(this) << " : Size = " << blockSize_
-      << ", Count = " << blockCount_ << std::endl;
+  using std::to_string;
+  out << "Block " << static_cast<const void*>(this) << " : Size = " << to_string(blockSize_)
+      << ", Count = " << to_string(blockCount_) << std::endl;
   for (const Segment& segment : segments_) {
     out << "    Segment " << static_cast<const void*>(segment.begin)
-        << " : Total = " << +segment.total << ", Used = " << segment.total - segment.free
-        << ", Free = " << +segment.free << std::endl;
+        << " : Total = " << to_string(segment.total)
+        << ", Used = " << to_string(segment.total - segment.free)
+        << ", Free = " << to_string(segment.free) << std::endl;
   }
 }
 
