@@ -1,6 +1,7 @@
 #include "support/AllocationRefuser.h"
 
 #include <cstdlib>
+#include <utility>
 
 namespace {
 
@@ -11,13 +12,23 @@ struct State {
 };
 
 constinit thread_local State state{};
+constinit thread_local const std::function<void(std::size_t)>* observer = nullptr;
+
+void observe(std::size_t size) {
+  if (const auto* const action = std::exchange(observer, nullptr)) {
+    (*action)(size);
+    observer = action;
+  }
+}
 
 void* allocate(std::size_t size) noexcept {
+  observe(size);
   if (++state.count == state.number) return nullptr;
   return std::malloc(size != 0 ? size : 1);
 }
 
 void* allocate(std::size_t size, std::align_val_t alignment) noexcept {
+  observe(size);
   if (++state.count == state.number) return nullptr;
   // The size that aligned_alloc takes is a multiple of the alignment.
   const auto step = static_cast<std::size_t>(alignment);
@@ -43,6 +54,13 @@ std::size_t AllocationRefuser::count() const noexcept { return state.count; }
 bool AllocationRefuser::hasRefused() const noexcept {
   return state.number != 0 && state.count >= state.number;
 }
+
+AllocationObserver::AllocationObserver(std::function<void(std::size_t)> action)
+    : action_(std::move(action)) {
+  observer = &action_;
+}
+
+AllocationObserver::~AllocationObserver() { observer = nullptr; }
 
 void* operator new(std::size_t size) { return orThrow(allocate(size)); }
 void* operator new[](std::size_t size) { return orThrow(allocate(size)); }

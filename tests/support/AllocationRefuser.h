@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <functional>
 #include <new>
 
 /// Makes one allocation of the calling thread fail within a scope: the throwing
@@ -37,6 +38,21 @@ class AllocationRefuser {
 
   /// Whether the allocation to refuse has come and was refused.
   bool hasRefused() const noexcept;
+};
+
+/// Tells an action the size of each allocation of the calling thread within a scope,
+/// before it is served. What the action itself allocates is not told. One at a time on a
+/// thread.
+class AllocationObserver {
+ public:
+  explicit AllocationObserver(std::function<void(std::size_t size)> action);
+  ~AllocationObserver();
+
+  AllocationObserver(const AllocationObserver&) = delete;
+  AllocationObserver& operator=(const AllocationObserver&) = delete;
+
+ private:
+  const std::function<void(std::size_t)> action_;
 };
 
 /// Runs `operation` again and again and refuses its first allocation, then its

@@ -5,6 +5,7 @@
 #include <new>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "support/ScopedLocale.h"
 
@@ -89,6 +90,18 @@ TEST(ScopedLocaleTest, SwitchesToEveryLocaleThatIsBuiltAndBack) {
     }
     EXPECT_EQ(std::setlocale(LC_ALL, nullptr), before);
   }
+}
+
+TEST(AllocationObserverTest, TellsTheSizesOfItsScopeButItsOwn) {
+  std::vector<std::size_t> sizes;
+  {
+    const AllocationObserver observer([&](std::size_t size) { sizes.push_back(size); });
+    allocateAndFree();
+    const std::string text(100, 'x');
+  }
+  allocateAndFree();
+
+  EXPECT_EQ(sizes, (std::vector<std::size_t>{8, 101}));
 }
 
 }  // namespace

@@ -1,0 +1,187 @@
+// A block allocator where memory is refused, or whoever answers for the heap uses it.
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <new>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "BlockAllocatorAccess.h"
+#include "BlockAllocatorModel.h"
+#include "QVRBlockAllocator.h"
+#include "support/AllocationRefuser.h"
+
+namespace {
+
+using Access = QVRBlockAllocatorTestAccess;
+
+constexpr std::size_t kBlockSize = 65536;
+constexpr std::size_t kBlocksPerSegment = 2;
+
+/// An allocator whose segments are full.
+class FullAllocator {
+ public:
+  explicit FullAllocator(std::size_t segments) {
+    for (std::size_t i = 0; i < segments * kBlocksPerSegment; ++i) allocate();
+  }
+
+  void* allocate() {
+    void* const block = allocator.allocate();
+    blocks.push_back(block);
+    return block;
+  }
+
+  void freeAll() {
+    for (void* block : std::exchange(blocks, {})) allocator.deallocate(block);
+  }
+
+  QVRBlockAllocator allocator{kBlockSize};
+  std::vector<void*> blocks;
+};
+
+/// Numbers of segments at which the array or the index grows, and others.
+constexpr std::size_t kSegments[] = {0, 1, 3, 4, 7, 8, 15, 16, 31, 32, 63, 64, 65, 128};
+
+TEST(QVRBlockAllocatorFailureTest, ConstructionNeedsMemory) {
+  EXPECT_GE(refuseEachAllocation([] { const QVRBlockAllocator allocator(16); }), 1u);
+}
+
+TEST(QVRBlockAllocatorFailureTest, RefusedSegmentLeavesTheAllocatorAsItWas) {
+  for (const std::size_t segments : kSegments) {
+    SCOPED_TRACE(segments);
+    FullAllocator full(segments);
+    full.blocks.reserve(full.blocks.size() + 1);
+    const std::string before = dumpOf(full.allocator);
+
+    const std::size_t refusals =
+        refuseEachAllocation([&] { full.allocate(); },
+                             [&] {
+                               EXPECT_EQ(dumpOf(full.allocator), before);
+                               EXPECT_TRUE(Access::isValid(full.allocator));
+                             });
+
+    EXPECT_GE(refusals, 1u);
+    EXPECT_TRUE(Access::isValid(full.allocator));
+    full.freeAll();
+    full.allocator.compact();
+    EXPECT_EQ(dumpOf(full.allocator), BlockAllocatorModel(kBlockSize).dump(&full.allocator));
+  }
+}
+
+TEST(QVRBlockAllocatorFailureTest, AfterARefusalBlocksComeFromWhereTheyWouldHave) {
+  FullAllocator full(3);
+  full.blocks.reserve(7);
+  {
+    const AllocationRefuser refuser(1);
+    EXPECT_THROW(full.allocate(), std::bad_alloc);
+  }
+
+  full.allocator.deallocate(full.blocks[4]);
+  full.allocator.deallocate(full.blocks[1]);
+
+  EXPECT_EQ(full.allocator.allocate(), full.blocks[4]) << "from the segment remembered";
+  EXPECT_EQ(full.allocator.allocate(), full.blocks[1]);
+}
+
+TEST(QVRBlockAllocatorFailureTest, OnlyANewSegmentNeedsMemory) {
+  FullAllocator full(100);
+  const AllocationRefuser refuser(0);
+
+  for (void* block : full.blocks) full.allocator.deallocate(block);
+  for (void*& block : full.blocks) block = full.allocator.allocate();
+  for (std::size_t i = 0; i < full.blocks.size(); i += 3) {
+    full.allocator.deallocate(full.blocks[i]);
+  }
+  full.allocator.compact();
+  full.allocator.deallocate(nullptr);
+
+  EXPECT_EQ(refuser.count(), 0u);
+}
+
+TEST(QVRBlockAllocatorFailureTest, SegmentWhoseBytesCannotBeCountedIsRefused) {
+  for (const std::size_t blockSize : {SIZE_MAX, SIZE_MAX / 4 + 1, SIZE_MAX / 2}) {
+    QVRBlockAllocator allocator(blockSize);
+    const std::string before = dumpOf(allocator);
+
+    EXPECT_THROW(allocator.allocate(), std::bad_alloc);
+
+    EXPECT_EQ(dumpOf(allocator), before);
+    EXPECT_TRUE(Access::isValid(allocator));
+  }
+}
+
+/// Fills `segments` segments, then calls `action` at the allocation of that number on the
+/// way to the next one.
+/// @return whether there was such an allocation.
+template <class Action>
+bool actDuringGrowth(std::size_t segments, std::size_t number, Action action) {
+  FullAllocator full(segments);
+  full.blocks.reserve(full.blocks.size() + 100);
+  std::size_t allocations = 0;
+  {
+    const AllocationObserver observer([&](std::size_t) {
+      if (++allocations == number) action(full);
+    });
+    full.allocate();
+  }
+
+  EXPECT_TRUE(Access::isValid(full.allocator)) << segments << " segments, " << number;
+  full.freeAll();
+  full.allocator.compact();
+  EXPECT_EQ(dumpOf(full.allocator), BlockAllocatorModel(kBlockSize).dump(&full.allocator));
+  return allocations >= number;
+}
+
+template <class Action>
+void actDuringEachAllocation(Action action) {
+  for (const std::size_t segments : kSegments) {
+    std::size_t number = 1;
+    while (actDuringGrowth(segments, number, action)) ++number;
+    EXPECT_GT(number, 1u);
+  }
+}
+
+TEST(QVRBlockAllocatorFailureTest, HeapMayFreeBlocksMeanwhile) {
+  actDuringEachAllocation([](FullAllocator& full) {
+    full.freeAll();
+    EXPECT_TRUE(Access::isValid(full.allocator));
+  });
+}
+
+TEST(QVRBlockAllocatorFailureTest, HeapMayCompactMeanwhile) {
+  actDuringEachAllocation([](FullAllocator& full) {
+    full.freeAll();
+    full.allocator.compact();
+    EXPECT_TRUE(Access::isValid(full.allocator));
+  });
+}
+
+TEST(QVRBlockAllocatorFailureTest, HeapMayAllocateMeanwhile) {
+  actDuringEachAllocation([](FullAllocator& full) {
+    for (int i = 0; i < 70; ++i) full.allocate();
+    EXPECT_TRUE(Access::isValid(full.allocator));
+  });
+}
+
+TEST(QVRBlockAllocatorFailureTest, NewHandlerMayCompactBeforeItGivesUp) {
+  static FullAllocator* current = nullptr;
+  for (const std::size_t segments : kSegments) {
+    FullAllocator full(segments);
+    current = &full;
+    full.blocks.reserve(full.blocks.size() + 1);
+    const std::new_handler before = std::set_new_handler([] {
+      current->freeAll();
+      current->allocator.compact();
+    });
+
+    refuseEachAllocation([&] { full.allocate(); },
+                         [&] { EXPECT_TRUE(Access::isValid(full.allocator)); });
+
+    std::set_new_handler(before);
+    EXPECT_TRUE(Access::isValid(full.allocator));
+  }
+}
+
+}  // namespace

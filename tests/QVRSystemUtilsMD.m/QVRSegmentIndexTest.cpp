@@ -1,0 +1,194 @@
+// That segments are found where they lie, and the first with room is the first.
+#include "QVRSystem/QVRSystemUtilsMD.m/src/QVRSegmentIndex.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <random>
+#include <set>
+#include <vector>
+
+#include "support/TestSeed.h"
+
+namespace {
+
+using qvr::internal::NumberSet;
+using qvr::internal::RangeMap;
+using qvr::internal::SegmentIndex;
+
+constexpr std::size_t kNone = RangeMap::kNone;
+
+/// Ranges need no memory behind them.
+const void* at(std::uintptr_t address) { return reinterpret_cast<const void*>(address); }
+
+TEST(NumberSetTest, EmptySetHasNoFirst) {
+  NumberSet set;
+  EXPECT_EQ(set.first(77), 77u);
+
+  set.reserve(1);
+  EXPECT_EQ(set.first(77), 77u);
+}
+
+TEST(NumberSetTest, FirstIsTheLeastOnBothSidesOfEachLevel) {
+  constexpr std::size_t kMany = std::size_t{1} << 25;
+  NumberSet set;
+  set.reserve(kMany);
+  const std::size_t numbers[] = {
+      kMany - 1, 1 << 24, (1 << 24) - 1, 1 << 18, (1 << 18) - 1, 4096, 4095, 64, 63, 0};
+
+  for (const std::size_t number : numbers) {
+    set.insert(number);
+    EXPECT_EQ(set.first(kNone), number);
+  }
+  for (std::size_t i = std::size(numbers); i-- > 0;) {
+    EXPECT_EQ(set.first(kNone), numbers[i]);
+    set.erase(numbers[i]);
+  }
+  EXPECT_EQ(set.first(kNone), kNone);
+}
+
+TEST(NumberSetTest, RoomForMoreKeepsTheNumbers) {
+  NumberSet set;
+  set.reserve(65);
+  set.insert(64);
+
+  set.reserve(300000);
+
+  EXPECT_EQ(set.first(kNone), 64u);
+  set.insert(299999);
+  set.erase(64);
+  EXPECT_EQ(set.first(kNone), 299999u);
+}
+
+TEST(NumberSetTest, IsTheOrdinarySetInAnyOrder) {
+  std::mt19937_64 random(testSeed());
+  NumberSet set;
+  std::set<std::size_t> model;
+  std::size_t room = 0;
+
+  for (int step = 0; step < 100000; ++step) {
+    if (step % 10000 == 0) set.reserve(room = room * 3 + 50);
+    const std::size_t number = random() % room;
+    if (step % 30011 == 30010) {
+      set.clear();
+      model.clear();
+    } else if (random() % 3 == 0) {
+      set.insert(number);
+      model.insert(number);
+    } else {
+      const std::size_t erased = model.empty() ? number : *model.begin();
+      set.erase(erased);
+      model.erase(erased);
+    }
+    ASSERT_EQ(set.first(kNone), model.empty() ? kNone : *model.begin());
+  }
+}
+
+TEST(RangeMapTest, EmptyMapFindsNothing) {
+  RangeMap map(4080);
+  EXPECT_EQ(map.find(at(4096)), kNone);
+
+  map.reserve(10);
+  EXPECT_EQ(map.find(at(4096)), kNone);
+  EXPECT_EQ(map.find(nullptr), kNone);
+}
+
+TEST(RangeMapTest, RangesEndBeforeTheirEnd) {
+  for (const std::size_t length : {1, 4, 255, 256, 257, 4080, 131072, 131073, 4000000}) {
+    for (const std::uintptr_t begin : {0x10000000, 0x10000010, 0x1001FFF0, 0x1FFFFFFF}) {
+      RangeMap map(length);
+      map.reserve(1);
+      map.insert(at(begin), 5);
+
+      EXPECT_EQ(map.find(at(begin - 1)), kNone) << length;
+      EXPECT_EQ(map.find(at(begin)), 5u) << length;
+      EXPECT_EQ(map.find(at(begin + length / 2)), 5u) << length;
+      EXPECT_EQ(map.find(at(begin + length - 1)), 5u) << length;
+      EXPECT_EQ(map.find(at(begin + length)), kNone) << length;
+    }
+  }
+}
+
+/// Ranges at equal distances, their edges and the gaps between them.
+void expectRegularRangesFound(std::size_t length, std::uintptr_t distance) {
+  constexpr std::size_t kRanges = 3000;
+  constexpr std::uintptr_t kBegin = 0x7F0000000010;
+  RangeMap map(length);
+  for (std::size_t i = 0; i < kRanges; ++i) {
+    map.reserve(i + 1);
+    map.insert(at(kBegin + i * distance), i);
+  }
+
+  for (std::size_t i = 0; i < kRanges; ++i) {
+    const std::uintptr_t begin = kBegin + i * distance;
+    EXPECT_EQ(map.find(at(begin)), i);
+    EXPECT_EQ(map.find(at(begin + length - 1)), i);
+    const std::size_t next = i + 1 < kRanges && distance == length ? i + 1 : kNone;
+    EXPECT_EQ(map.find(at(begin + length)), next);
+  }
+}
+
+TEST(RangeMapTest, RegularRangesAreFound) {
+  for (const std::size_t length : {255, 4080, 4096, 130560, 131072, 400000}) {
+    for (const std::size_t gap : {0, 16, 4096, 1 << 20, 987 * 131072}) {
+      SCOPED_TRACE(testing::Message() << length << " bytes, gap " << gap);
+      expectRegularRangesFound(length, length + gap);
+    }
+  }
+}
+
+TEST(RangeMapTest, ScatteredRangesAreFoundInAnyOrder) {
+  std::mt19937_64 random(testSeed());
+  constexpr std::size_t kLength = 4080;
+  RangeMap map(kLength);
+  std::vector<std::uintptr_t> begins;
+  for (std::uintptr_t begin = 0x5500000010; begins.size() < 5000;) {
+    begins.push_back(begin);
+    begin += kLength + random() % 3 * 16 + (random() % 50 == 0 ? random() % (1 << 30) : 0);
+  }
+  std::shuffle(begins.begin(), begins.end(), random);
+
+  map.reserve(begins.size());
+  for (std::size_t i = 0; i < begins.size(); ++i) map.insert(at(begins[i]), i);
+
+  for (std::size_t i = 0; i < begins.size(); ++i) {
+    ASSERT_EQ(map.find(at(begins[i] + random() % kLength)), i);
+  }
+}
+
+TEST(RangeMapTest, ClearedMapIsEmptyAndHasRoom) {
+  RangeMap map(16);
+  map.reserve(2);
+  map.insert(at(0x1008), 1);
+
+  map.clear();
+
+  EXPECT_EQ(map.find(at(0x1008)), kNone);
+  EXPECT_EQ(map.find(at(0x1010)), kNone);
+  map.insert(at(0x2000), 0);
+  EXPECT_EQ(map.find(at(0x2000)), 0u);
+}
+
+TEST(SegmentIndexTest, KnowsSegmentsAndTheirRoomApart) {
+  SegmentIndex index(256);
+  index.reserve(2);
+  index.add(at(0x1000), 0);
+  index.add(at(0x3000), 1);
+  EXPECT_EQ(index.firstWithRoom(), SegmentIndex::kNone);
+
+  index.setRoom(1, true);
+  EXPECT_EQ(index.firstWithRoom(), 1u);
+  index.setRoom(0, true);
+  EXPECT_EQ(index.firstWithRoom(), 0u);
+  index.setRoom(0, false);
+  EXPECT_EQ(index.firstWithRoom(), 1u);
+  EXPECT_EQ(index.segmentOf(at(0x10FF)), 0u);
+
+  index.clear();
+  EXPECT_EQ(index.firstWithRoom(), SegmentIndex::kNone);
+  EXPECT_EQ(index.segmentOf(at(0x1000)), SegmentIndex::kNone);
+}
+
+}  // namespace
