@@ -118,7 +118,7 @@ TEST(QVRBlockAllocatorFailureTest, SegmentWhoseBytesCannotBeCountedIsRefused) {
 template <class Action>
 bool actDuringGrowth(std::size_t segments, std::size_t number, Action action) {
   FullAllocator full(segments);
-  full.blocks.reserve(full.blocks.size() + 100);
+  full.blocks.reserve(full.blocks.size() + 1000);
   std::size_t allocations = 0;
   {
     const AllocationObserver observer([&](std::size_t) {
@@ -159,10 +159,13 @@ TEST(QVRBlockAllocatorFailureTest, HeapMayCompactMeanwhile) {
 }
 
 TEST(QVRBlockAllocatorFailureTest, HeapMayAllocateMeanwhile) {
-  actDuringEachAllocation([](FullAllocator& full) {
-    for (int i = 0; i < 70; ++i) full.allocate();
-    EXPECT_TRUE(Access::isValid(full.allocator));
-  });
+  // Up to where the array is full again, and to where a level of the index must grow.
+  for (const int count : {1, 2, 3, 9, 16, 17, 32, 33, 63, 64, 65, 69, 500}) {
+    actDuringEachAllocation([count](FullAllocator& full) {
+      for (int i = 0; i < count; ++i) full.allocate();
+      EXPECT_TRUE(Access::isValid(full.allocator));
+    });
+  }
 }
 
 TEST(QVRBlockAllocatorFailureTest, NewHandlerMayCompactBeforeItGivesUp) {

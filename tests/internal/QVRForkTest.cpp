@@ -92,9 +92,10 @@ TEST(QVRForkTest, ChildFindsLocksFreeThatWereMadeMeanwhile) {
   std::atomic<bool> stop = false;
   std::thread maker([&] {
     while (!stop) {
-      const QVRSysFastMutexLock::LockGuard making(makerLock);
-      if (made.size() == 200) made.clear();
-      made.emplace_back();
+      {
+        const QVRSysFastMutexLock::LockGuard making(makerLock);
+        if (made.size() < 500) made.emplace_back();
+      }
       const QVRSysFastMutexLock::LockGuard inUse(made.back());
     }
   });
