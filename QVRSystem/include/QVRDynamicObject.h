@@ -28,9 +28,9 @@
 /// override of orphanObject(), which ends with that of its base. The destructors here
 /// call none of the overrides: an object that is not orphaned by then becomes so.
 ///
-/// Only lack of memory is thrown here; destructors of derived classes may throw.
-/// A factory gives the storage back where the constructor throws, and the exception
-/// comes through.
+/// Only lack of memory is thrown here; destructors of derived classes may throw. One
+/// that also overrides a destructor that may not is declared `noexcept`. A factory
+/// gives the storage back where the constructor throws, and the exception comes through.
 ///
 /// @par Thread safety
 /// As an int: any thread may read, one may change an object that no other uses.
@@ -139,14 +139,14 @@ QVRClassInfo makeClassInfo(QVRDynamicObject* (*factory)()) {
 #define QVR_DECLARE_DYNAMIC_CLASS(Class)                                                  \
  public:                                                                                  \
   static const ::QVRClassInfo& ClassInfo() noexcept;                                      \
-  static ::std::string ClassName();                                                       \
+  [[maybe_unused]] static ::std::string ClassName();                                      \
   ::std::string getClassName() const override;                                            \
   const ::QVRClassInfo& getClassInfo() const override;                                    \
   bool isInstanceOf(const ::QVRClassInfo& info) const override;                           \
   bool isDerivedFrom(const ::QVRClassInfo& info) const override;                          \
                                                                                           \
  private:                                                                                 \
-  static ::QVRDynamicObject* _CreateObject();                                             \
+  [[maybe_unused]] static ::QVRDynamicObject* _CreateObject();                            \
   ::QVRDynamicObject* _replicateObject() const override;                                  \
   ::QVRDynamicObject* _duplicateObject(::QVRDynamicObject::CopyMode mode) const override; \
   static const ::QVRClassInfo ClassInfo_
