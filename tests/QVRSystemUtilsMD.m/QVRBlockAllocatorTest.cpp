@@ -130,8 +130,8 @@ class Comparison {
 TEST(QVRBlockAllocatorTest, FollowsThePlainModelWhateverTheOrder) {
   const unsigned seed = testSeed();
   for (const std::size_t blockSize :
-       {1,   2,   3,    7,    8,    15,   16,    17,    24,    40,    64,     100,
-        512, 514, 1000, 4096, 7680, 9999, 32768, 43691, 65536, 65537, 131071, 131072}) {
+       {1u,   2u,   3u,    7u,    8u,    15u,   16u,    17u,    24u,    40u,    64u,     100u,
+        512u, 514u, 1000u, 4096u, 7680u, 9999u, 32768u, 43691u, 65536u, 65537u, 131071u, 131072u}) {
     SCOPED_TRACE(blockSize);
     Comparison(blockSize, seed).run(12000, std::min<std::size_t>(4000, 20000000 / blockSize));
   }
@@ -139,7 +139,7 @@ TEST(QVRBlockAllocatorTest, FollowsThePlainModelWhateverTheOrder) {
 
 TEST(QVRBlockAllocatorTest, FollowsThePlainModelAboveTheSizeOfASegment) {
   const unsigned seed = testSeed();
-  for (const std::size_t blockSize : {131073, 200000, 1000003}) {
+  for (const std::size_t blockSize : {131073u, 200000u, 1000003u}) {
     SCOPED_TRACE(blockSize);
     Comparison(blockSize, seed).run(3000, 60);
   }
@@ -183,9 +183,9 @@ TEST(QVRBlockAllocatorTest, BlockFreedLastIsServedFirst) {
   QVRBlockAllocator allocator(32);
   const auto blocks = allocateMany(allocator, 10);
 
-  for (const std::size_t i : {3, 7, 5}) allocator.deallocate(blocks[i]);
+  for (const std::size_t i : {3u, 7u, 5u}) allocator.deallocate(blocks[i]);
 
-  for (const std::size_t i : {5, 7, 3}) EXPECT_EQ(allocator.allocate(), blocks[i]);
+  for (const std::size_t i : {5u, 7u, 3u}) EXPECT_EQ(allocator.allocate(), blocks[i]);
   EXPECT_EQ(allocator.allocate(), blocks[0] + 10 * 32);
 }
 
@@ -201,16 +201,16 @@ TEST(QVRBlockAllocatorTest, SegmentThatServedLastGoesBeforeAnOlderOneWithRoom) {
 TEST(QVRBlockAllocatorTest, OldestSegmentWithRoomFollowsAFullOne) {
   QVRBlockAllocator allocator(65536);  // 2 blocks per segment
   const auto blocks = allocateMany(allocator, 8);
-  for (const std::size_t i : {5, 2, 3}) allocator.deallocate(blocks[i]);
+  for (const std::size_t i : {5u, 2u, 3u}) allocator.deallocate(blocks[i]);
 
-  for (const std::size_t i : {3, 2, 5}) EXPECT_EQ(allocator.allocate(), blocks[i]);
+  for (const std::size_t i : {3u, 2u, 5u}) EXPECT_EQ(allocator.allocate(), blocks[i]);
   EXPECT_EQ(segmentCount(allocator), 4);
 }
 
 TEST(QVRBlockAllocatorTest, DeallocationKeepsSegmentsAndCompactionFreesUnusedOnes) {
   QVRBlockAllocator allocator(65536);
   const auto blocks = allocateMany(allocator, 6);
-  for (const std::size_t i : {0, 1, 2, 4, 5}) allocator.deallocate(blocks[i]);
+  for (const std::size_t i : {0u, 1u, 2u, 4u, 5u}) allocator.deallocate(blocks[i]);
   EXPECT_EQ(segmentCount(allocator), 3);
 
   allocator.compact();
@@ -227,10 +227,10 @@ TEST(QVRBlockAllocatorTest, DeallocationKeepsSegmentsAndCompactionFreesUnusedOne
 TEST(QVRBlockAllocatorTest, AfterCompactionTheYoungestSegmentServesFirst) {
   QVRBlockAllocator allocator(65536);
   const auto blocks = allocateMany(allocator, 6);
-  for (const std::size_t i : {4, 0}) allocator.deallocate(blocks[i]);
+  for (const std::size_t i : {4u, 0u}) allocator.deallocate(blocks[i]);
   EXPECT_EQ(allocator.allocate(), blocks[4]);
   EXPECT_EQ(allocator.allocate(), blocks[0]);
-  for (const std::size_t i : {4, 0}) allocator.deallocate(blocks[i]);
+  for (const std::size_t i : {4u, 0u}) allocator.deallocate(blocks[i]);
 
   allocator.compact();
 
@@ -374,7 +374,7 @@ TEST(QVRBlockAllocatorTest, ThreadsFreeEachOthersBlocks) {
 #if defined(QVR_TEST_SANITIZES_ADDRESSES)
 
 TEST(QVRBlockAllocatorTest, EveryByteOfAFreeBlockIsPoisoned) {
-  for (const std::size_t blockSize : {16, 48, 7680}) {
+  for (const std::size_t blockSize : {16u, 48u, 7680u}) {
     QVRBlockAllocator allocator(blockSize);
     const auto blocks = allocateMany(allocator, 3);
     EXPECT_EQ(__asan_region_is_poisoned(blocks[0], 3 * blockSize), nullptr);

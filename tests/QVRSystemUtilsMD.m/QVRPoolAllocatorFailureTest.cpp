@@ -18,7 +18,7 @@ TEST(QVRPoolAllocatorFailureTest, EachAllocationOfTheConstructionMayFail) {
 
 TEST(QVRPoolAllocatorFailureTest, RefusedMemoryLeavesThePoolAsItWas) {
   QVRPoolAllocator pool;
-  for (const std::size_t size : {0, 1, 64, 512, 513, 3000, 7680, 7681}) {
+  for (const std::size_t size : {0u, 1u, 64u, 512u, 513u, 3000u, 7680u, 7681u}) {
     const std::string before = dumpOf(pool);
     void* memory = nullptr;
 

@@ -133,7 +133,7 @@ TEST(QVRPoolAllocatorTest, EverySizeIsServedAndTakenBackByItsBucket) {
 }
 
 TEST(QVRPoolAllocatorTest, EachSizeUsesItsBucketAlone) {
-  for (const std::size_t size : {0, 1, 16, 17, 512, 513, 1536, 1537, 3584, 3585, 7680}) {
+  for (const std::size_t size : {0u, 1u, 16u, 17u, 512u, 513u, 1536u, 1537u, 3584u, 3585u, 7680u}) {
     QVRPoolAllocator pool;
 
     pool.deallocate(pool.allocate(size), size);
@@ -146,7 +146,7 @@ TEST(QVRPoolAllocatorTest, LargerSizesAreTheHeaps) {
   QVRPoolAllocator pool;
 
   const auto sizes = sizesAskedFor([&] {
-    for (const std::size_t size : {7681, 100000}) pool.deallocate(pool.allocate(size), size);
+    for (const std::size_t size : {7681u, 100000u}) pool.deallocate(pool.allocate(size), size);
   });
 
   EXPECT_EQ(sizes, (std::vector<std::size_t>{7681, 100000}));
@@ -175,7 +175,7 @@ TEST(QVRPoolAllocatorTest, NullIsIgnoredWhateverTheSize) {
   QVRPoolAllocator pool;
   const AssertRecorder asserts;
 
-  for (const std::size_t size : {0, 16, 7680, 7681}) pool.deallocate(nullptr, size);
+  for (const std::size_t size : {0u, 16u, 7680u, 7681u}) pool.deallocate(nullptr, size);
 
   EXPECT_TRUE(asserts.all().empty());
 }
@@ -216,7 +216,7 @@ TEST(QVRPoolAllocatorTest, PoolThatIsOffLeavesEveryRequestToTheHeap) {
   QVRPoolAllocator pool;
 
   const auto sizes = sizesAskedFor([&] {
-    for (const std::size_t size : {0, 16, 64, 7680, 7681}) {
+    for (const std::size_t size : {0u, 16u, 64u, 7680u, 7681u}) {
       pool.deallocate(pool.allocate(size), size);
     }
     pool.compact();

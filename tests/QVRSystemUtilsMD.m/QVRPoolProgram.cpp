@@ -85,7 +85,7 @@ bool isCompactedAtExitAndUsableAfterwards() {
   if (std::atexit(&checkAfterExitHandlers) != 0) return false;
   QVRPoolAllocator& pool = QVRPoolAllocator::Global();
   keptToTheEnd = pool.allocate(100);
-  for (const std::size_t size : {16, 600, 7680}) pool.deallocate(pool.allocate(size), size);
+  for (const std::size_t size : {16u, 600u, 7680u}) pool.deallocate(pool.allocate(size), size);
   return segmentsOfGlobal() == 4;
 }
 

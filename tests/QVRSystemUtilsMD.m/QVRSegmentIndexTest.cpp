@@ -96,8 +96,8 @@ TEST(RangeMapTest, EmptyMapFindsNothing) {
 }
 
 TEST(RangeMapTest, RangesEndBeforeTheirEnd) {
-  for (const std::size_t length : {1, 4, 255, 256, 257, 4080, 131072, 131073, 4000000}) {
-    for (const std::uintptr_t begin : {0x10000000, 0x10000010, 0x1001FFF0, 0x1FFFFFFF}) {
+  for (const std::size_t length : {1u, 4u, 255u, 256u, 257u, 4080u, 131072u, 131073u, 4000000u}) {
+    for (const std::uintptr_t begin : {0x10000000u, 0x10000010u, 0x1001FFF0u, 0x1FFFFFFFu}) {
       RangeMap map(length);
       map.reserve(1);
       map.insert(at(begin), 5);
@@ -131,8 +131,8 @@ void expectRegularRangesFound(std::size_t length, std::uintptr_t distance) {
 }
 
 TEST(RangeMapTest, RegularRangesAreFound) {
-  for (const std::size_t length : {255, 4080, 4096, 130560, 131072, 400000}) {
-    for (const std::size_t gap : {0, 16, 4096, 1 << 20, 987 * 131072}) {
+  for (const std::size_t length : {255u, 4080u, 4096u, 130560u, 131072u, 400000u}) {
+    for (const std::size_t gap : {0u, 16u, 4096u, 1u << 20u, 987u * 131072u}) {
       SCOPED_TRACE(testing::Message() << length << " bytes, gap " << gap);
       expectRegularRangesFound(length, length + gap);
     }
