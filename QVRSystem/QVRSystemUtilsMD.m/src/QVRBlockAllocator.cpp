@@ -13,6 +13,7 @@
 using qvr::internal::markFree;
 using qvr::internal::markNew;
 using qvr::internal::markUsable;
+using qvr::internal::newVector;
 using qvr::internal::SegmentIndex;
 using qvr::internal::ShortSection;
 
@@ -154,7 +155,7 @@ std::vector<QVRBlockAllocator::Segment> QVRBlockAllocator::makeRoom() {
   std::size_t needed = 0;
   do {
     needed = segments_.size() + 1;
-    if (segments_.capacity() < needed) array.reserve(2 * needed);
+    if (segments_.capacity() < needed) array = newVector<Segment>(2 * needed);
     index_->reserve(needed);
   } while (segments_.size() >= needed);
   if (segments_.capacity() < needed) {

@@ -10,6 +10,15 @@
 
 namespace qvr::internal {
 
+/// @return that many default values.
+///
+/// A new-handler may change the caller's data meanwhile. Compilers take it that memory is
+/// found without a change to what they can see: so they see only a call.
+template <class T>
+[[gnu::noinline]] std::vector<T> newVector(std::size_t size) {
+  return std::vector<T>(size);
+}
+
 /// A set of small numbers that knows its least one: a bit for each number, above them
 /// a bit for each word that is not 0, and so on.
 ///
@@ -64,9 +73,9 @@ class NumberSet {
 
   using Level = std::vector<std::uint64_t>;
 
-  // A new-handler may have changed the level, and even its size, when the memory is there.
   static void grow(Level& level, std::size_t size) {
-    Level larger(size);
+    Level larger = newVector<std::uint64_t>(size);
+    // A new-handler may have come here before.
     if (size <= level.size()) return;
     std::copy(level.begin(), level.end(), larger.begin());
     level.swap(larger);
@@ -97,7 +106,7 @@ class RangeMap {
   void reserve(std::size_t count) {
     const std::size_t needed = std::bit_ceil(std::max(kLeastEntries, 4 * count));
     if (needed <= entries_.size()) return;
-    std::vector<Entry> old(needed);
+    std::vector<Entry> old = newVector<Entry>(needed);
     // A new-handler may have come here before.
     if (needed <= entries_.size()) return;
     old.swap(entries_);
