@@ -147,10 +147,13 @@ class RangeMap {
 
   std::uintptr_t pageOf(std::uintptr_t address) const noexcept { return address >> pageShift_; }
 
-  // Fibonacci hashing: the golden ratio's fraction spreads neighbouring pages evenly.
+  // Multiplied by the golden ratio's fraction, neighbouring pages spread evenly; but pages
+  // at the distance of a Fibonacci number come to lie side by side, unless it is done twice.
   std::size_t slotOf(std::uintptr_t page) const noexcept {
     constexpr std::uint64_t kGoldenRatio = 0x9E3779B97F4A7C15;
-    return static_cast<std::size_t>((page * kGoldenRatio) >> (64 - std::bit_width(mask())));
+    const std::uint64_t once = page * kGoldenRatio;
+    const std::uint64_t twice = (once ^ once >> 32) * kGoldenRatio;
+    return static_cast<std::size_t>(twice >> (64 - std::bit_width(mask())));
   }
 
   std::size_t next(std::size_t slot) const noexcept { return (slot + 1) & mask(); }
