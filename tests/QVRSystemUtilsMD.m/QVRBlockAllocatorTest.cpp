@@ -318,6 +318,20 @@ TEST(QVRBlockAllocatorTest, BytesOnBothSidesOfASegmentAreForeign) {
   EXPECT_EQ(dumpOf(allocator), before);
 }
 
+TEST(QVRBlockAllocatorTest, PointerIntoABlockFreesThatBlockAlone) {
+  QVRBlockAllocator allocator(32);
+  const auto blocks = allocateMany(allocator, 2);
+  blocks[0][0] = 2;  // what the next request but one takes for the next free block
+  stamp(blocks[1], 32);
+
+  allocator.deallocate(blocks[0] + 5);
+
+  EXPECT_TRUE(bearsStamp(blocks[1], 32));
+  EXPECT_EQ(allocator.allocate(), blocks[0]);
+  EXPECT_EQ(blocks[0][5], 2);
+  EXPECT_EQ(allocator.allocate(), blocks[1] + 32);
+}
+
 TEST(QVRBlockAllocatorTest, HandlerOfAForeignBlockMayUseTheAllocator) {
   static QVRBlockAllocator* used = nullptr;
   static void* served = nullptr;

@@ -20,11 +20,6 @@
 
 namespace {
 
-template <class T>
-inline constexpr bool isNeitherCopiedNorMoved =
-    !std::is_copy_constructible_v<T> && !std::is_move_constructible_v<T> &&
-    !std::is_copy_assignable_v<T> && !std::is_move_assignable_v<T>;
-
 /// The two operations of a lock, which everybody may call and override as he likes.
 template <class T>
 concept LocksInPublic = requires(T& lock) {

@@ -14,15 +14,6 @@
 #include "QVRPoolAllocator.h"
 #include "contract/Signature.h"
 
-namespace {
-
-template <class T>
-inline constexpr bool isNeitherCopiedNorMoved =
-    !std::is_copy_constructible_v<T> && !std::is_move_constructible_v<T> &&
-    !std::is_copy_assignable_v<T> && !std::is_move_assignable_v<T>;
-
-}  // namespace
-
 namespace block_allocators {
 
 using A = QVRBlockAllocator;

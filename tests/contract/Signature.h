@@ -20,3 +20,9 @@ inline constexpr bool makesImplicitly = std::is_convertible_v<From, To>;
 template <class To, class From>
 inline constexpr bool makesExplicitly =
     std::is_constructible_v<To, From> && !std::is_convertible_v<From, To>;
+
+/// Whether it stays where it was made.
+template <class T>
+inline constexpr bool isNeitherCopiedNorMoved =
+    !std::is_copy_constructible_v<T> && !std::is_move_constructible_v<T> &&
+    !std::is_copy_assignable_v<T> && !std::is_move_assignable_v<T>;

@@ -75,10 +75,10 @@ bool QVRBlockAllocator::tryDeallocate(unsigned char* block) {
   const QVRSysFastMutexLock::LockGuard guard(lock_);
   Segment* const segment = findUsedSegment(block);
   if (segment == nullptr) return false;
+  const std::size_t index = static_cast<std::size_t>(block - segment->begin) / blockSize_;
   *block = segment->firstFree;
-  segment->firstFree =
-      static_cast<std::uint8_t>(static_cast<std::size_t>(block - segment->begin) / blockSize_);
-  markFree(block, blockSize_);
+  segment->firstFree = static_cast<std::uint8_t>(index);
+  markFree(segment->begin + index * blockSize_, blockSize_);
   if (segment->free++ == 0) index_->setRoom(numberOf(*segment), true);
   return true;
 }
