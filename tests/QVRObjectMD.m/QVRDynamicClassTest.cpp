@@ -129,7 +129,7 @@ class Refusing : public plant::Part {
     if (refuses) throw std::runtime_error("refused");
   }
 
-  std::array<char, 900> content_{};
+  [[maybe_unused]] std::array<char, 900> content_{};
 };
 bool Refusing::refuses = false;
 QVR_DEFINE_DYNAMIC_CLASS(Refusing, plant::Part);
@@ -143,7 +143,7 @@ class Bulky : public plant::Part {
   Bulky(const Bulky& other, CopyMode mode) : Part(other, mode) {}
 
  private:
-  std::array<char, 7000> content_{};
+  [[maybe_unused]] std::array<char, 7000> content_{};
 };
 QVR_DEFINE_DYNAMIC_CLASS(Bulky, plant::Part);
 

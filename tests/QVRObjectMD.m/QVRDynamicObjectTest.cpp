@@ -4,8 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
-#include <cstdint>
-#include <cstring>
 #include <functional>
 #include <memory>
 #include <sstream>
@@ -49,16 +47,6 @@ static_assert(!std::is_default_constructible_v<QVRDynamicObject> &&
               !std::is_destructible_v<QVRDynamicObject> &&
               !std::is_copy_assignable_v<QVRDynamicObject>);
 static_assert(QVRDynamicObject::ShallowCopy == 0 && QVRDynamicObject::DeepCopy == 1);
-
-/// Where a virtual operation stands in the table: a pointer to it is the offset, and
-/// one more where a bit tells it from the address of a function.
-template <class Operation>
-std::size_t slotOf(Operation operation) {
-  std::uintptr_t words[2];
-  static_assert(sizeof words == sizeof operation);
-  std::memcpy(words, &operation, sizeof words);
-  return words[0] / sizeof(void*);
-}
 
 TEST(QVRDynamicObjectTest, VirtualOperationsStandInTheirOrder) {
   EXPECT_EQ(slotOf(Access::kGetClassName), 0u);
@@ -224,7 +212,7 @@ TEST_F(QVRDynamicObjectPoolTest, StorageIsTheGlobalPools) {
 
 template <std::size_t Size>
 class Sized : public Plain {
-  char content_[Size - sizeof(Plain)] = {};
+  [[maybe_unused]] char content_[Size - sizeof(Plain)] = {};
 };
 
 TEST_F(QVRDynamicObjectPoolTest, StorageGoesBackToTheBucketOfTheMostDerivedClass) {

@@ -13,7 +13,7 @@ class Gauge : public QVRCountedObject {
   Gauge(const Gauge& other, CopyMode mode) : QVRCountedObject(other, mode) {}
 
  private:
-  char content_[100] = {};
+  [[maybe_unused]] char content_[100] = {};
 };
 QVR_DEFINE_DYNAMIC_CLASS(Gauge, QVRCountedObject);
 
