@@ -6,7 +6,8 @@ set(QVR_SCHEDULED_HEADERS ${PROJECT_BINARY_DIR}/scheduled/include)
 # program they are the program's own: the library's copies of them, which the rest of
 # the library uses, must not be replaced by these when the program is loaded.
 set(QVR_SCHEDULED_CLASSES
-  QVRAtomicCounter QVRAtomicLock QVRReadersWriterLock QVRRecursiveLock QVRSpinLock QVRSysCondition
+  QVRAtomicCounter QVRAtomicLock QVRCountedBase QVRCountedObject QVRCountedPointer
+  QVRReadersWriterLock QVRRecursiveLock QVRSpinLock QVRSysCondition
   QVRSysCriticalSection QVRSysFastMutexLock QVRSysICondition QVRSysIMutexLock
   QVRSysIReadWriteLock QVRSysITimedMutexLock QVRSysLockGuard QVRSysMonitor QVRSysMutexLock
   QVRSysReadLockGuard QVRSysThreadId QVRSysTimedMutexLock QVRSysUnlockGuard QVRSysWriteLockGuard)

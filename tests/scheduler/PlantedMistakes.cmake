@@ -1,4 +1,4 @@
-# One mistake after the other in the shipped sources of the locks; each is found.
+# One mistake after the other in the shipped sources; each is found.
 # Where a line of theirs has changed, the mistake is planted anew.
 set(native_mutex_users
   internal/QVRNativeMutex.cpp
@@ -73,6 +73,19 @@ qvr_planted_mistake(PlantedWaitNotRepeated FOUND_BY QVRSysCondition/
   IN internal/QVRWaitList.h COMPILED_IN ${wait_list_users}
   LINE "    while (state.load(std::memory_order_acquire) == kWaiting) waitWhile(state_, kWaiting);"
   BECOMES "    if (state.load(std::memory_order_acquire) == kWaiting) waitWhile(state_, kWaiting);")
+
+# The reference count.
+qvr_planted_mistake(PlantedCountReadAgain FOUND_BY QVRCountedPointer/
+  IN include/QVRCountedObject.h COMPILED_IN QVRObjectMD.m/src/QVRCountedObject.cpp
+  SCENARIOS QVRCountedPointerScenarios.cpp
+  LINE "    const auto count = static_cast<unsigned int>(count_.decrement());"
+  BECOMES "    count_.decrement();
+    const auto count = getReferences();")
+qvr_planted_mistake(PlantedReferenceNotAdded FOUND_BY QVRCountedPointer/copiesKeepTheObject
+  IN include/QVRCountedObject.h COMPILED_IN QVRObjectMD.m/src/QVRCountedObject.cpp
+  SCENARIOS QVRCountedPointerScenarios.cpp
+  LINE "  unsigned int addReference() noexcept { return static_cast<unsigned int>(count_.increment()); }"
+  BECOMES "  unsigned int addReference() noexcept { return getReferences() + 1; }")
 
 # The spin lock.
 qvr_planted_mistake(PlantedAtomicLockLooksFirst FOUND_BY QVRAtomicLock/
