@@ -45,7 +45,8 @@ class QVRSYSTEM_API QVRDynamicObject {
   static const QVRClassInfo& ClassInfo() noexcept;
   static std::string ClassName();
 
-  /// From QVRPoolAllocator::Global(). @throws std::bad_alloc.
+  /// From QVRPoolAllocator::Global(), aligned to 16 bytes: no class that needs more, with
+  /// or without a record, may be made here. @throws std::bad_alloc.
   static void* operator new(std::size_t size);
 
   /// Back to the pool; `size` is that of the class that was made, which the virtual
