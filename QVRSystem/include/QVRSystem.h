@@ -5,6 +5,7 @@
 #include "QVRAtomicCounter.h"
 #include "QVRAtomicLock.h"
 #include "QVRBasicStringMsg.h"
+#include "QVRBiasedLockStorage.h"
 #include "QVRBlockAllocator.h"
 #include "QVRClassInfo.h"
 #include "QVRCountedBase.h"

@@ -31,6 +31,9 @@ inline std::uint32_t currentThreadId() noexcept {
 /// Numbers the calling thread and keeps the number.
 std::uint64_t makeThreadSerial() noexcept;
 
+/// That number, or 0 where it has not been asked for yet.
+inline std::uint64_t knownThreadSerial() noexcept { return threadState.serial; }
+
 /// The number of the calling thread, which no other thread of the process has had
 /// or will have, unlike the kernel's identifier; never 0, the same in the child of
 /// a fork.
@@ -58,13 +61,14 @@ inline bool watchThreadEnd() noexcept {
 /// the fences keep the compiler from moving the section out from between its marks.
 class ShortSection {
  public:
-  ShortSection() noexcept {
-    setMarks(marks() + 1);
+  ShortSection() noexcept : outer_(marks()) {
+    setMarks(outer_ + 1);
     std::atomic_signal_fence(std::memory_order_seq_cst);
   }
+  // Written rather than counted down, for which what was just written would be read again.
   ~ShortSection() {
     std::atomic_signal_fence(std::memory_order_seq_cst);
-    setMarks(marks() - 1);
+    setMarks(outer_);
   }
 
   ShortSection(const ShortSection&) = delete;
@@ -79,6 +83,8 @@ class ShortSection {
   static void setMarks(std::uint32_t marks) noexcept {
     threadState.shortSections.store(marks, std::memory_order_relaxed);
   }
+
+  const std::uint32_t outer_;
 };
 
 /// Takes all marks off for its scope, in which a caller's code runs or the thread

@@ -33,6 +33,14 @@ int waitWhile(std::uint32_t& word, std::uint32_t expected) noexcept;
 /// Wakes up to `count` threads that sleep on `word`, which need not exist any more.
 int wake(std::uint32_t* word, int count) noexcept;
 
+/// Asks for barrierOfAllThreads(), which fails without; the child of a fork need not
+/// ask again. Takes milliseconds where the process has several threads.
+int prepareBarrierOfAllThreads() noexcept;
+
+/// A full memory barrier on every thread of the process: each that runs passes one
+/// during the call, and each that does not run has passed one since it did.
+int barrierOfAllThreads() noexcept;
+
 /// Lets requests to cancel the calling thread wait; `before` says what they did.
 int holdCancellation(int& before) noexcept;
 

@@ -118,6 +118,10 @@ int sleepFor(std::uint64_t) {
   return 0;
 }
 
+// Interleavings are sequentially consistent.
+int prepareBarrierOfAllThreads() noexcept { return 0; }
+int barrierOfAllThreads() noexcept { return 0; }
+
 // The process of an exploration does not fork.
 int atFork(void (*)(), void (*)(), void (*)()) noexcept { return 0; }
 

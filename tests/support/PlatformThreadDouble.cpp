@@ -8,6 +8,8 @@ QVR_REAL_FUNCTION(sleepFor)
 QVR_REAL_FUNCTION(yield)
 QVR_REAL_FUNCTION(waitWhile)
 QVR_REAL_FUNCTION(wake)
+QVR_REAL_FUNCTION(prepareBarrierOfAllThreads)
+QVR_REAL_FUNCTION(barrierOfAllThreads)
 QVR_REAL_FUNCTION(holdCancellation)
 QVR_REAL_FUNCTION(restoreCancellation)
 QVR_REAL_FUNCTION(createThreadKey)
@@ -40,6 +42,12 @@ int sleepFor(std::uint64_t milliseconds) {
   return forward("sleepFor", &posix::sleepFor, milliseconds);
 }
 int yield() noexcept { return forward("yield", &posix::yield); }
+int prepareBarrierOfAllThreads() noexcept {
+  return forward("prepareBarrierOfAllThreads", &posix::prepareBarrierOfAllThreads);
+}
+int barrierOfAllThreads() noexcept {
+  return forward("barrierOfAllThreads", &posix::barrierOfAllThreads);
+}
 int holdCancellation(int& before) noexcept {
   return forward("holdCancellation", &posix::holdCancellation, before);
 }

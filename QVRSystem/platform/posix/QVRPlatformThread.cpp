@@ -1,6 +1,7 @@
 #include "QVRSystem/platform/QVRPlatformThread.h"
 
 #include <linux/futex.h>
+#include <linux/membarrier.h>
 #include <pthread.h>
 #include <sched.h>
 #include <sys/syscall.h>
@@ -57,6 +58,14 @@ int waitWhile(std::uint32_t& word, std::uint32_t expected) noexcept {
 
 int wake(std::uint32_t* word, int count) noexcept {
   return syscall(SYS_futex, word, FUTEX_WAKE_PRIVATE, count) >= 0 ? 0 : errno;
+}
+
+int prepareBarrierOfAllThreads() noexcept {
+  return syscall(SYS_membarrier, MEMBARRIER_CMD_REGISTER_PRIVATE_EXPEDITED, 0) == 0 ? 0 : errno;
+}
+
+int barrierOfAllThreads() noexcept {
+  return syscall(SYS_membarrier, MEMBARRIER_CMD_PRIVATE_EXPEDITED, 0) == 0 ? 0 : errno;
 }
 
 int holdCancellation(int& before) noexcept {

@@ -13,6 +13,8 @@ inline std::uint32_t currentThreadId() noexcept { return scheduler::threadNumber
 
 inline std::uint32_t refreshThreadId() noexcept { return currentThreadId(); }
 
+inline std::uint64_t knownThreadSerial() noexcept { return scheduler::threadNumber(); }
+
 inline std::uint64_t currentThreadSerial() noexcept { return scheduler::threadNumber(); }
 
 inline std::uint32_t*& deferredWake() noexcept { return scheduler::deferredWake(); }

@@ -1,0 +1,22 @@
+// What a lock that is biased towards one thread consists of.
+#pragma once
+
+#include <cstdint>
+
+#include "QVRRecursiveLock.h"
+#include "QVRThreadAnnotations.h"
+
+namespace qvr::internal {
+
+/// Belongs to `qvr::internal::BiasedLock` inside the library, which alone reads and
+/// writes it. Public for the sake of its size.
+struct QVR_CAPABILITY("mutex") BiasedLockStorage {
+  static constexpr std::uint64_t kNobody = UINT64_MAX;
+
+  std::uint64_t owner = kNobody;  // serial of the thread towards which it is biased
+  std::uint32_t use = 0;          // by whom: BiasedLock::Use
+  std::uint32_t inside = 0;       // holds that the owner has by its bias
+  RecursiveLockStorage shared{};  // for everyone else
+};
+
+}  // namespace qvr::internal
