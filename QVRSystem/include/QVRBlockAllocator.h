@@ -7,7 +7,7 @@
 #include <memory>
 #include <vector>
 
-#include "QVRSysFastMutexLock.h"
+#include "QVRBiasedLockStorage.h"
 #include "QVRSystemExport.h"
 #include "QVRThreadAnnotations.h"
 
@@ -75,21 +75,23 @@ class QVRSYSTEM_API QVRBlockAllocator {
 
   struct Segment {
     unsigned char* begin;
-    unsigned char* end;
-    std::uint8_t total;
-    std::uint8_t free;
+    std::uint8_t free;  // blocks, of blockCount_
     std::uint8_t firstFree;
   };
 
-  Segment& findFreeSegment() QVR_REQUIRES(lock_);
-  Segment* findUsedSegment(unsigned char* block) QVR_REQUIRES(lock_);
+  void findFreeSegment() QVR_REQUIRES(lock_);
+  bool findUsedSegment(const unsigned char* block) QVR_REQUIRES(lock_);
+  void fetchBlocks() const QVR_REQUIRES(lock_);
   void addSegment() QVR_REQUIRES(lock_);
   std::vector<Segment> makeRoom() QVR_REQUIRES(lock_);
   void enter(const Segment& segment) QVR_REQUIRES(lock_);
+  void noteRoom(const Segment& segment) QVR_REQUIRES(lock_);
   void renewIndex() QVR_REQUIRES(lock_);
   std::size_t numberOf(const Segment& segment) const QVR_REQUIRES(lock_);
   bool tryDeallocate(unsigned char* block);
-  static void freeStorage(const Segment& segment);
+  bool holds(const Segment& segment, const unsigned char* block) const noexcept;
+  std::size_t blockNumber(const Segment& segment, const unsigned char* block) const noexcept;
+  void freeStorage(const Segment& segment) const;
 
   // Both remembered segments are among the segments, or null while there are none; the
   // index finds every segment, and the first of those that have room.
@@ -97,11 +99,13 @@ class QVRSYSTEM_API QVRBlockAllocator {
 
   const std::size_t blockSize_;
   const std::size_t blockCount_;  // per segment
+  const std::size_t segmentBytes_;
+  const std::size_t reciprocal_;  // of blockSize_; 0 where a division has to do
   std::vector<Segment> segments_ QVR_GUARDED_BY(lock_);
   // Where a block lies, and which segments have room: derived from segments_.
   const std::unique_ptr<qvr::internal::SegmentIndex> index_ QVR_PT_GUARDED_BY(lock_);
   // Where the last call was served; null while there are no segments.
   Segment* allocationSegment_ QVR_GUARDED_BY(lock_) = nullptr;
   Segment* deallocationSegment_ QVR_GUARDED_BY(lock_) = nullptr;
-  QVRSysFastMutexLock lock_;
+  qvr::internal::BiasedLockStorage lock_;
 };

@@ -4,7 +4,9 @@
 #include <array>
 #include <cstddef>
 #include <iosfwd>
+#include <new>
 
+#include "QVRAtomicAccess.h"
 #include "QVRBlockAllocator.h"
 #include "QVRSystemExport.h"
 
@@ -43,12 +45,20 @@ class QVRSYSTEM_API QVRPoolAllocator {
   /// @param size in bytes, 0 too.
   /// @return memory aligned to 16 bytes, the caller's until deallocate(); never null.
   /// @throws std::bad_alloc if the heap refuses memory; nothing changes.
-  void* allocate(std::size_t size);
+  void* allocate(std::size_t size) {
+    return serves(size) ? buckets_[GetBucketIndex(size)]->allocate() : ::operator new(size);
+  }
 
   /// Takes memory back; ignores null. Throws nothing and needs no memory. What is not
   /// from the size class of `size` is reported as QVRBlockAllocator::deallocate() does.
   /// @param size what allocate() was asked for.
-  void deallocate(void* memory, std::size_t size);
+  void deallocate(void* memory, std::size_t size) {
+    if (serves(size)) {
+      buckets_[GetBucketIndex(size)]->deallocate(memory);
+    } else {
+      ::operator delete(memory);
+    }
+  }
 
   /// Gives what is wholly free in each size class back to the heap. Throws nothing and
   /// needs no memory, so a new-handler may call it.
@@ -66,7 +76,12 @@ class QVRSYSTEM_API QVRPoolAllocator {
   /// At exit it is compacted; in the child of a fork it can be used. Any thread may ask.
   /// @throws std::bad_alloc if it cannot be made, or while it is being made to a
   ///   new-handler called for it; the next call tries again.
-  static QVRPoolAllocator& Global();
+  static QVRPoolAllocator& Global() {
+    // Pairs with the store in CreateGlobal().
+    QVRPoolAllocator* const pool =
+        qvr::internal::AtomicRef<QVRPoolAllocator*>(global_).load(std::memory_order_acquire);
+    return pool != nullptr ? *pool : CreateGlobal();
+  }
 
  private:
   friend struct QVRPoolAllocatorTestAccess;
@@ -75,15 +90,43 @@ class QVRSYSTEM_API QVRPoolAllocator {
 
   static constexpr std::size_t kBuckets = 128;
 
+  // The first size that no bucket serves.
+  static constexpr std::size_t kSizeLimit = 7681;
+
+  // Buckets come in ranges of equal steps. Bucket i of a range serves sizes up to
+  // above + (i - firstIndex + 1) * step.
+  struct BucketRange {
+    std::size_t firstIndex;
+    std::size_t above;
+    std::size_t step;
+  };
+  static constexpr BucketRange kSmall{0, 0, 16};
+  static constexpr BucketRange kMedium{32, 512, 32};
+  static constexpr BucketRange kLarge{64, 1536, 64};
+  static constexpr BucketRange kLargest{96, 3584, 128};
+
+  static constexpr std::size_t indexIn(const BucketRange& range, std::size_t size) {
+    return (size - range.above - 1) / range.step + range.firstIndex;
+  }
+
   // Of a size that a bucket serves.
-  static std::size_t GetBucketIndex(std::size_t size) noexcept;
+  static constexpr std::size_t GetBucketIndex(std::size_t size) noexcept {
+    if (size == 0) return 0;
+    if (size <= kMedium.above) return indexIn(kSmall, size);
+    if (size <= kLarge.above) return indexIn(kMedium, size);
+    if (size <= kLargest.above) return indexIn(kLarge, size);
+    return indexIn(kLargest, size);
+  }
+
   // An index of 128 or more is reported ("Program error", "Invalid Bucket Index", line 59)
   // and answered with 7681.
   static std::size_t GetBucketSize(std::size_t index);
   static QVRPoolAllocator& CreateGlobal();
   static bool IsSwitchedOff();
 
-  bool serves(std::size_t size) const noexcept;
+  bool serves(std::size_t size) const noexcept { return enabled_ && size < kSizeLimit; }
+
+  static QVRPoolAllocator* global_;
 
   std::array<QVRBlockAllocator*, kBuckets> buckets_{};  // owned
   const bool enabled_;

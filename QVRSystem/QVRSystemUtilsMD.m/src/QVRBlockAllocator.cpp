@@ -8,8 +8,10 @@
 #include "QVRAssert.h"
 #include "QVRFreeBlock.h"
 #include "QVRSegmentIndex.h"
+#include "QVRSystem/internal/QVRBiasedLock.h"
 #include "QVRSystem/internal/QVRThreadState.h"
 
+using qvr::internal::BiasedLockGuard;
 using qvr::internal::markFree;
 using qvr::internal::markNew;
 using qvr::internal::markUsable;
@@ -33,6 +35,17 @@ std::size_t blocksPerSegment(std::size_t blockSize) {
   return count != 0 ? count : kBlocksOfTheLargest;
 }
 
+// With the reciprocal of a block's size, rounded up, a multiplication tells in which
+// block an offset within a segment lies: the product exceeds the exact one by less than
+// kSegmentBytes squared, and so by less than what carries it to the next number,
+// (1 << kReciprocalBits) / blockSize.
+constexpr int kReciprocalBits = 52;
+static_assert(kSegmentBytes * kSegmentBytes * kSegmentBytes < std::size_t{1} << kReciprocalBits);
+
+constexpr std::size_t reciprocalOf(std::size_t blockSize) {
+  return blockSize <= kSegmentBytes ? (std::size_t{1} << kReciprocalBits) / blockSize + 1 : 0;
+}
+
 struct HeapDelete {
   void operator()(unsigned char* storage) const { ::operator delete(storage); }
 };
@@ -43,7 +56,9 @@ using Storage = std::unique_ptr<unsigned char, HeapDelete>;
 QVRBlockAllocator::QVRBlockAllocator(std::size_t blockSize)
     : blockSize_(blockSize),
       blockCount_(blocksPerSegment(blockSize)),
-      index_(std::make_unique<SegmentIndex>(blockSize_ * blockCount_)) {
+      segmentBytes_(blockSize_ * blockCount_),
+      reciprocal_(reciprocalOf(blockSize)),
+      index_(std::make_unique<SegmentIndex>(segmentBytes_)) {
   segments_.reserve(kReservedSegments);
 }
 
@@ -53,13 +68,16 @@ QVRBlockAllocator::~QVRBlockAllocator() {
 
 void* QVRBlockAllocator::allocate() {
   const ShortSection section;
-  const QVRSysFastMutexLock::LockGuard guard(lock_);
-  Segment& segment = findFreeSegment();
+  const BiasedLockGuard guard(lock_);
+  if (allocationSegment_ == nullptr || allocationSegment_->free == 0) [[unlikely]]
+    findFreeSegment();
+  Segment& segment = *allocationSegment_;
   unsigned char* const block = segment.begin + segment.firstFree * blockSize_;
   markUsable(block, blockSize_);
   segment.firstFree = *block;
   markNew(block, blockSize_);
-  if (--segment.free == 0) index_->setRoom(numberOf(segment), false);
+  if (--segment.free == 0) [[unlikely]]
+    noteRoom(segment);
   return block;
 }
 
@@ -72,23 +90,26 @@ void QVRBlockAllocator::deallocate(void* block) {
 
 bool QVRBlockAllocator::tryDeallocate(unsigned char* block) {
   const ShortSection section;
-  const QVRSysFastMutexLock::LockGuard guard(lock_);
-  Segment* const segment = findUsedSegment(block);
-  if (segment == nullptr) return false;
-  const std::size_t index = static_cast<std::size_t>(block - segment->begin) / blockSize_;
-  *block = segment->firstFree;
-  segment->firstFree = static_cast<std::uint8_t>(index);
-  markFree(segment->begin + index * blockSize_, blockSize_);
-  if (segment->free++ == 0) index_->setRoom(numberOf(*segment), true);
+  const BiasedLockGuard guard(lock_);
+  if (deallocationSegment_ == nullptr || !holds(*deallocationSegment_, block)) {
+    if (!findUsedSegment(block)) return false;
+  }
+  Segment& segment = *deallocationSegment_;
+  const std::size_t number = blockNumber(segment, block);
+  *block = segment.firstFree;
+  segment.firstFree = static_cast<std::uint8_t>(number);
+  markFree(segment.begin + number * blockSize_, blockSize_);
+  if (segment.free++ == 0) [[unlikely]]
+    noteRoom(segment);
   return true;
 }
 
 void QVRBlockAllocator::compact() {
   const ShortSection section;
-  const QVRSysFastMutexLock::LockGuard guard(lock_);
+  const BiasedLockGuard guard(lock_);
   const std::size_t before = segments_.size();
-  std::erase_if(segments_, [](const Segment& segment) {
-    const bool unused = segment.free == segment.total;
+  std::erase_if(segments_, [this](const Segment& segment) {
+    const bool unused = segment.free == blockCount_;
     if (unused) freeStorage(segment);
     return unused;
   });
@@ -104,44 +125,54 @@ void QVRBlockAllocator::dump(std::ostream& out) const {
       << ", Count = " << to_string(blockCount_) << std::endl;
   for (const Segment& segment : segments_) {
     out << "    Segment " << static_cast<const void*>(segment.begin)
-        << " : Total = " << to_string(segment.total)
-        << ", Used = " << to_string(segment.total - segment.free)
+        << " : Total = " << to_string(blockCount_)
+        << ", Used = " << to_string(blockCount_ - segment.free)
         << ", Free = " << to_string(segment.free) << std::endl;
   }
 }
 
-QVRBlockAllocator::Segment& QVRBlockAllocator::findFreeSegment() {
-  if (allocationSegment_ == nullptr || allocationSegment_->free == 0) {
-    const std::size_t number = index_->firstWithRoom();
-    if (number != SegmentIndex::kNone) {
-      allocationSegment_ = &segments_[number];
-    } else {
-      addSegment();
-    }
-  }
-  return *allocationSegment_;
+[[gnu::noinline]] void QVRBlockAllocator::findFreeSegment() {
+  const std::size_t number = index_->firstWithRoom();
+  if (number == SegmentIndex::kNone) return addSegment();
+  allocationSegment_ = &segments_[number];
+  if (allocationSegment_->free == blockCount_) fetchBlocks();
 }
 
-QVRBlockAllocator::Segment* QVRBlockAllocator::findUsedSegment(unsigned char* block) {
-  Segment* const last = deallocationSegment_;
-  if (last != nullptr && last->begin <= block && block < last->end) return last;
-  const std::size_t number = index_->segmentOf(block);
-  if (number == SegmentIndex::kNone) return nullptr;
-  return deallocationSegment_ = &segments_[number];
+// The list of free blocks tells where a block lies only when the one before has come into
+// the cache. All blocks of a segment are about to be used: better get them at once.
+void QVRBlockAllocator::fetchBlocks() const {
+  for (std::size_t i = 0; i < blockCount_; ++i) {
+    __builtin_prefetch(allocationSegment_->begin + i * blockSize_, 1);
+  }
+}
+
+[[gnu::noinline]] bool QVRBlockAllocator::findUsedSegment(const unsigned char* block) {
+  const std::size_t number = index_->candidate(block);
+  if (number == SegmentIndex::kNone || !holds(segments_[number], block)) return false;
+  deallocationSegment_ = &segments_[number];
+  return true;
+}
+
+bool QVRBlockAllocator::holds(const Segment& segment, const unsigned char* block) const noexcept {
+  return static_cast<std::size_t>(block - segment.begin) < segmentBytes_;
+}
+
+std::size_t QVRBlockAllocator::blockNumber(const Segment& segment,
+                                           const unsigned char* block) const noexcept {
+  const auto offset = static_cast<std::size_t>(block - segment.begin);
+  return reciprocal_ != 0 ? offset * reciprocal_ >> kReciprocalBits : offset / blockSize_;
 }
 
 void QVRBlockAllocator::addSegment() {
-  const std::size_t bytes = blockSize_ * blockCount_;
-  if (bytes / blockCount_ != blockSize_) throw std::bad_alloc();
-  Storage storage(static_cast<unsigned char*>(::operator new(bytes)));
+  if (segmentBytes_ / blockCount_ != blockSize_) throw std::bad_alloc();
+  Storage storage(static_cast<unsigned char*>(::operator new(segmentBytes_)));
   const std::vector<Segment> outgrown = makeRoom();
   unsigned char* const begin = storage.release();
   for (std::size_t i = 0; i < blockCount_; ++i) {
     begin[i * blockSize_] = static_cast<unsigned char>(i + 1);
   }
-  markFree(begin, bytes);
-  const auto total = static_cast<std::uint8_t>(blockCount_);
-  segments_.push_back({begin, begin + bytes, total, total, 0});
+  markFree(begin, segmentBytes_);
+  segments_.push_back({begin, static_cast<std::uint8_t>(blockCount_), 0});
   enter(segments_.back());
   allocationSegment_ = &segments_.back();
   deallocationSegment_ = &segments_.front();
@@ -166,9 +197,12 @@ std::vector<QVRBlockAllocator::Segment> QVRBlockAllocator::makeRoom() {
 }
 
 void QVRBlockAllocator::enter(const Segment& segment) {
-  const std::size_t number = numberOf(segment);
-  index_->add(segment.begin, number);
-  if (segment.free != 0) index_->setRoom(number, true);
+  index_->add(segment.begin, numberOf(segment));
+  if (segment.free != 0) noteRoom(segment);
+}
+
+[[gnu::noinline]] void QVRBlockAllocator::noteRoom(const Segment& segment) {
+  index_->setRoom(numberOf(segment), segment.free != 0);
 }
 
 void QVRBlockAllocator::renewIndex() {
@@ -180,8 +214,8 @@ std::size_t QVRBlockAllocator::numberOf(const Segment& segment) const {
   return static_cast<std::size_t>(&segment - segments_.data());
 }
 
-void QVRBlockAllocator::freeStorage(const Segment& segment) {
-  markUsable(segment.begin, static_cast<std::size_t>(segment.end - segment.begin));
+void QVRBlockAllocator::freeStorage(const Segment& segment) const {
+  markUsable(segment.begin, segmentBytes_);
   ::operator delete(segment.begin);
 }
 
@@ -190,9 +224,9 @@ bool QVRBlockAllocator::isValid() const {
   for (const Segment& segment : segments_) {
     const std::size_t number = numberOf(segment);
     if (firstWithRoom == SegmentIndex::kNone && segment.free != 0) firstWithRoom = number;
-    if (segment.free > segment.total) return false;
-    if (index_->segmentOf(segment.begin) != number) return false;
-    if (index_->segmentOf(segment.end - 1) != number) return false;
+    if (segment.free > blockCount_) return false;
+    if (index_->candidate(segment.begin) != number) return false;
+    if (index_->candidate(segment.begin + segmentBytes_ - 1) != number) return false;
   }
   const auto isOneOfThem = [this](const Segment* segment) QVR_NO_THREAD_SAFETY_ANALYSIS {
     return segment == nullptr ? segments_.empty() : numberOf(*segment) < segments_.size();

@@ -6,6 +6,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <new>
 #include <vector>
 
 namespace qvr::internal {
@@ -89,84 +90,116 @@ class NumberSet {
   std::array<Level, 4> levels_;
 };
 
-/// Which of a number of ranges of one length an address lies in.
+/// Which of a number of ranges of one length an address can lie in. They do not overlap.
 ///
-/// The address space is divided into pages no shorter than a range, so that a range
-/// touches two of them at most. A table with open addressing has an entry for each
-/// page that a range touches; at most half of it is in use.
+/// The address space is divided into pages, of which a range is one to two long: in a
+/// page one range begins at most, and one may reach into it from before. Neighbouring
+/// pages lie in groups, so that what is near in memory is near here; a table with open
+/// addressing, at most half of it in use, has an entry for each group that a range
+/// touches.
 class RangeMap {
  public:
-  static constexpr std::size_t kNone = SIZE_MAX;
+  static constexpr std::size_t kNone = UINT32_MAX;
 
   /// @param length of every range, in bytes; not 0.
   explicit RangeMap(std::size_t length) noexcept
-      : length_(length), pageShift_(static_cast<int>(std::bit_width(length - 1))) {}
+      : length_(length), pageShift_(static_cast<int>(std::bit_width(length)) - 1) {}
 
   /// Makes room for so many ranges. @throws std::bad_alloc; nothing changes.
   void reserve(std::size_t count) {
-    const std::size_t needed = std::bit_ceil(std::max(kLeastEntries, 4 * count));
-    if (needed <= entries_.size()) return;
-    std::vector<Entry> old = newVector<Entry>(needed);
+    if (count >= kNone) throw std::bad_alloc();
+    if (count <= count_) return;
+    const std::size_t most = groups_.size() + kMostGroups * (count - count_);
+    if (most <= groups_.capacity()) return;
+    std::vector<Group> groups;
+    groups.reserve(std::max(most, 2 * groups_.capacity()));
+    std::vector<Entry> entries(std::bit_ceil(2 * groups.capacity()));
     // A new-handler may have come here before.
-    if (needed <= entries_.size()) return;
-    old.swap(entries_);
-    for (const Entry& entry : old) {
-      if (entry.begin != 0) place(entry);
+    if (groups.capacity() <= groups_.capacity()) return;
+    groups.assign(groups_.begin(), groups_.end());
+    groups.swap(groups_);
+    entries.swap(entries_);
+    for (const Entry& entry : entries) {
+      if (entry.key != kFree) entries_[slotFor(entry.key)] = entry;
     }
   }
 
-  /// Needs room for one more.
+  /// Needs room for one more, and a number below that of the room.
   void insert(const void* begin, std::size_t number) noexcept {
     const auto first = reinterpret_cast<std::uintptr_t>(begin);
-    place({first, 2 * number});
-    if (pageOf(first + length_ - 1) != pageOf(first)) place({first, 2 * number + 1});
+    const std::uintptr_t last = pageOf(first + length_ - 1);
+    std::uintptr_t page = pageOf(first);
+    madePage(page).numbers[1] = static_cast<std::uint32_t>(number);
+    madePage(page).begin = first;
+    while (page++ != last) madePage(page).numbers[0] = static_cast<std::uint32_t>(number);
+    ++count_;
   }
 
-  void clear() noexcept { std::fill(entries_.begin(), entries_.end(), Entry{}); }
+  void clear() noexcept {
+    groups_.clear();
+    std::fill(entries_.begin(), entries_.end(), Entry{});
+    count_ = 0;
+  }
 
-  /// @return the number of the range; kNone where the address is in none.
-  std::size_t find(const void* address) const noexcept {
+  /// @return the number of the one range that can hold the address, whether it does or
+  ///   not; kNone where there is none.
+  std::size_t candidate(const void* address) const noexcept {
     if (entries_.empty()) return kNone;
     const auto at = reinterpret_cast<std::uintptr_t>(address);
-    for (std::size_t i = slotOf(pageOf(at)); entries_[i].begin != 0; i = next(i)) {
-      if (at - entries_[i].begin < length_) return entries_[i].number();
-    }
-    return kNone;
+    const std::uintptr_t page = pageOf(at);
+    const Entry& entry = entries_[slotFor(keyOf(page))];
+    if (entry.key == kFree) return kNone;
+    const Page& found = groups_[entry.group][page % kGroupPages];
+    return found.numbers[at >= found.begin];
   }
 
  private:
-  struct Entry {
-    std::uintptr_t begin = 0;       // of the range; 0: the entry is free
-    std::size_t numberAndPage = 0;  // twice the range's number, and which of its pages
-
-    std::size_t number() const noexcept { return numberAndPage / 2; }
-    std::size_t page() const noexcept { return numberAndPage % 2; }
+  struct Page {
+    std::uintptr_t begin = UINTPTR_MAX;  // of the range that begins here
+    // The number of the range that began before, and of the one that begins here: found
+    // without a jump, which nobody could foretell.
+    std::uint32_t numbers[2] = {kNone, kNone};
   };
 
-  static constexpr std::size_t kLeastEntries = 16;
+  static constexpr std::size_t kGroupPages = 32;
+  using Group = std::array<Page, kGroupPages>;
+
+  // Of a range, which touches three pages at most.
+  static constexpr std::size_t kMostGroups = 2;
+
+  struct Entry {
+    std::uintptr_t key = kFree;
+    std::size_t group = 0;
+  };
+  static constexpr std::uintptr_t kFree = 0;
 
   std::uintptr_t pageOf(std::uintptr_t address) const noexcept { return address >> pageShift_; }
 
-  // Multiplied by the golden ratio's fraction, neighbouring pages spread evenly; but pages
-  // at the distance of a Fibonacci number come to lie side by side, unless it is done twice.
-  std::size_t slotOf(std::uintptr_t page) const noexcept {
+  static std::uintptr_t keyOf(std::uintptr_t page) noexcept { return page / kGroupPages + 1; }
+
+  // Where the key is, or else where it can be entered. Fibonacci hashing: the golden
+  // ratio's fraction spreads neighbouring groups evenly.
+  std::size_t slotFor(std::uintptr_t key) const noexcept {
     constexpr std::uint64_t kGoldenRatio = 0x9E3779B97F4A7C15;
-    const std::uint64_t once = page * kGoldenRatio;
-    const std::uint64_t twice = (once ^ once >> 32) * kGoldenRatio;
-    return static_cast<std::size_t>(twice >> (64 - std::bit_width(mask())));
+    const std::size_t mask = entries_.size() - 1;
+    auto slot = static_cast<std::size_t>((key * kGoldenRatio) >> (64 - std::bit_width(mask)));
+    while (entries_[slot].key != key && entries_[slot].key != kFree) slot = (slot + 1) & mask;
+    return slot;
   }
 
-  std::size_t next(std::size_t slot) const noexcept { return (slot + 1) & mask(); }
-  std::size_t mask() const noexcept { return entries_.size() - 1; }
-
-  void place(const Entry& entry) noexcept {
-    std::size_t slot = slotOf(pageOf(entry.begin) + entry.page());
-    while (entries_[slot].begin != 0) slot = next(slot);
-    entries_[slot] = entry;
+  Page& madePage(std::uintptr_t page) noexcept {
+    Entry& entry = entries_[slotFor(keyOf(page))];
+    if (entry.key == kFree) {
+      entry = {keyOf(page), groups_.size()};
+      groups_.emplace_back();
+    }
+    return groups_[entry.group][page % kGroupPages];
   }
 
   const std::size_t length_;
   const int pageShift_;
+  std::size_t count_ = 0;
+  std::vector<Group> groups_;   // their capacity is what there is room for
   std::vector<Entry> entries_;  // a power of two, or none
 };
 
@@ -196,7 +229,8 @@ class SegmentIndex {
   }
 
   std::size_t firstWithRoom() const noexcept { return withRoom_.first(kNone); }
-  std::size_t segmentOf(const void* address) const noexcept { return ranges_.find(address); }
+  /// @return the one segment that can hold the address, whether it does or not, or kNone.
+  std::size_t candidate(const void* address) const noexcept { return ranges_.candidate(address); }
 
  private:
   RangeMap ranges_;
