@@ -118,6 +118,9 @@ int sleepFor(std::uint64_t) {
   return 0;
 }
 
+int holdCancellation(int&) noexcept { return 0; }
+int restoreCancellation(int) noexcept { return 0; }
+
 // Interleavings are sequentially consistent.
 int prepareBarrierOfAllThreads() noexcept { return 0; }
 int barrierOfAllThreads() noexcept { return 0; }

@@ -39,6 +39,27 @@ qvr_planted_mistake(PlantedFirstUseForgetsHolds FOUND_BY QVRSysFastMutexLock/fir
   LINE "  if (seen != kNotInitialised) RecursiveLock(native_).reset();"
   BECOMES "  if (seen != kInitialised) RecursiveLock(native_).reset();")
 
+# The biased lock.
+qvr_planted_mistake(PlantedOwnerNotWaitedFor FOUND_BY QVRBiasedLock/
+  IN internal/QVRBiasedLock.cpp
+  LINE "  while (lock.inside().load(std::memory_order_acquire) != 0) {"
+  BECOMES "  if (lock.inside().load(std::memory_order_acquire) > 9) {")
+qvr_planted_mistake(PlantedOneWaiterWoken FOUND_BY QVRBiasedLock/manyRevoke
+  IN internal/QVRBiasedLock.cpp
+  LINE "  // The owner wakes one thread; each that waited wakes the next.
+  wakeOne(&storage_.inside);"
+  BECOMES "")
+qvr_planted_mistake(PlantedOwnerDoesNotLook FOUND_BY QVRBiasedLock/briefHolds
+  IN internal/QVRBiasedLock.h COMPILED_IN internal/QVRBiasedLock.cpp
+  SCENARIOS QVRBiasedLockScenarios.cpp
+  LINE "    return use().load(std::memory_order_relaxed) == kBiased;"
+  BECOMES "    return true;")
+qvr_planted_mistake(PlantedOwnerLeavesUnheard FOUND_BY QVRBiasedLock/
+  IN internal/QVRBiasedLock.h COMPILED_IN internal/QVRBiasedLock.cpp
+  SCENARIOS QVRBiasedLockScenarios.cpp
+  LINE "    if (use().load(std::memory_order_relaxed) != kBiased) return false;"
+  BECOMES "")
+
 # The mutex.
 qvr_planted_mistake(PlantedHolderForgottenTooLate FOUND_BY QVRSysMutexLock/
   IN internal/QVRNativeMutex.h COMPILED_IN ${native_mutex_users}
