@@ -53,12 +53,12 @@ class QVRSYSTEM_API QVRBlockAllocator {
   ///   block holds is indeterminate.
   /// @throws std::bad_alloc if a new segment is needed and the heap refuses it, or its
   ///   bytes cannot be counted; nothing changes.
-  void* allocate();
+  void* allocate() QVR_NO_THREAD_SAFETY_ANALYSIS;  // takes the lock by its bias
 
   /// Takes back a block of this allocator; ignores null. A pointer that lies in none of
   /// its segments is reported ("Program error", "Deallocation segment not found",
   /// line 401) and left alone. Throws nothing and needs no memory.
-  void deallocate(void* block);
+  void deallocate(void* block) QVR_NO_THREAD_SAFETY_ANALYSIS;  // as allocate()
 
   /// Gives every wholly free segment back to the heap. Then the youngest that is left
   /// serves the next request. Throws nothing and needs no memory.
@@ -79,8 +79,15 @@ class QVRSYSTEM_API QVRBlockAllocator {
     std::uint8_t firstFree;
   };
 
+  void* allocateSlowly();
+  void* allocateElsewhere(std::uint32_t outer);
+  void* leave(std::uint32_t outer, void* block);
+  void deallocateSlowly(unsigned char* block);
+  void deallocateElsewhere(std::uint32_t outer, unsigned char* block);
+  unsigned char* take(Segment& segment) const noexcept;
+  void putBack(Segment& segment, unsigned char* block) const noexcept;
   void findFreeSegment() QVR_REQUIRES(lock_);
-  bool findUsedSegment(const unsigned char* block) QVR_REQUIRES(lock_);
+  Segment* findUsedSegment(const unsigned char* block) QVR_REQUIRES(lock_);
   void fetchBlocks() const QVR_REQUIRES(lock_);
   void addSegment() QVR_REQUIRES(lock_);
   std::vector<Segment> makeRoom() QVR_REQUIRES(lock_);
@@ -88,7 +95,6 @@ class QVRSYSTEM_API QVRBlockAllocator {
   void noteRoom(const Segment& segment) QVR_REQUIRES(lock_);
   void renewIndex() QVR_REQUIRES(lock_);
   std::size_t numberOf(const Segment& segment) const QVR_REQUIRES(lock_);
-  bool tryDeallocate(unsigned char* block);
   bool holds(const Segment& segment, const unsigned char* block) const noexcept;
   std::size_t blockNumber(const Segment& segment, const unsigned char* block) const noexcept;
   void freeStorage(const Segment& segment) const;

@@ -48,12 +48,12 @@ class BiasedLock {
   /// Waits until no other thread holds the lock, and holds it once more.
   Hold acquire() noexcept {
     if (isOwn()) [[likely]] {
-      const Hold hold = enter();
+      const Hold hold = addHold();
       // In this order; the barrier in revoke() is the processor's part of it.
       std::atomic_signal_fence(std::memory_order_seq_cst);
       if (use().load(std::memory_order_relaxed) == kBiased || hold != 1) [[likely]]
         return hold;
-      leave(hold);
+      giveBack(hold);
     }
     acquireShared(storage_);
     return kSharedHold;
@@ -62,10 +62,47 @@ class BiasedLock {
   /// Gives the caller's latest hold back.
   void release(Hold hold) noexcept {
     if (hold != kSharedHold) [[likely]] {
-      leave(hold);
+      giveBack(hold);
     } else {
       releaseShared(storage_);
     }
+  }
+
+  // The owner's outermost hold by the bias, a short section, in parts: whose operation
+  // is but a few instructions needs them without a frame, and so what is rare as calls at
+  // its end.
+
+  /// Whether the caller is the owner and holds nothing by the bias.
+  bool canEnter() const noexcept {
+    return isOwn() && inside().load(std::memory_order_relaxed) == 0;
+  }
+
+  /// Where the caller can. @return what tryLeave() is given.
+  std::uint32_t enter() noexcept {
+    const std::uint32_t outer = beginShortSection();
+    inside().store(1, std::memory_order_relaxed);
+    return outer;
+  }
+
+  /// Whether what was entered holds the lock. Where not, only leave() is left to do.
+  bool hasEntered() const noexcept {
+    std::atomic_signal_fence(std::memory_order_seq_cst);  // as in acquire()
+    return use().load(std::memory_order_relaxed) == kBiased;
+  }
+
+  /// @return whether that was all; else leave() does the rest.
+  bool tryLeave(std::uint32_t outer) noexcept {
+    inside().store(0, std::memory_order_release);
+    std::atomic_signal_fence(std::memory_order_seq_cst);  // as in giveBack()
+    if (use().load(std::memory_order_relaxed) != kBiased) return false;
+    endShortSection(outer);
+    return true;
+  }
+
+  void leave(std::uint32_t outer) noexcept {
+    if (tryLeave(outer)) return;
+    wakeWaiter(storage_);
+    endShortSection(outer);
   }
 
   /// The part of the lock that a fork takes and gives back.
@@ -90,13 +127,13 @@ class BiasedLock {
   }
 
   // For the owner, which alone writes that it is inside.
-  Hold enter() noexcept {
+  Hold addHold() noexcept {
     const Hold hold = inside().load(std::memory_order_relaxed) + 1;
     inside().store(hold, std::memory_order_relaxed);
     return hold;
   }
 
-  void leave(Hold hold) noexcept {
+  void giveBack(Hold hold) noexcept {
     // Release pairs with the acquire of whoever waits for the owner. Then in this order,
     // as in acquire(): either the waiter sees it, or is seen and woken.
     inside().store(hold - 1, std::memory_order_release);

@@ -54,6 +54,21 @@ inline bool watchThreadEnd() noexcept {
   return threadState.isEndWatched || startWatchingThreadEnd();
 }
 
+/// Begins a ShortSection for code that leaves nothing to a destructor.
+/// @return what its end is given.
+inline std::uint32_t beginShortSection() noexcept {
+  const std::uint32_t outer = threadState.shortSections.load(std::memory_order_relaxed);
+  threadState.shortSections.store(outer + 1, std::memory_order_relaxed);
+  std::atomic_signal_fence(std::memory_order_seq_cst);
+  return outer;
+}
+
+// Written rather than counted down, for which what was just written would be read again.
+inline void endShortSection(std::uint32_t outer) noexcept {
+  std::atomic_signal_fence(std::memory_order_seq_cst);
+  threadState.shortSections.store(outer, std::memory_order_relaxed);
+}
+
 /// Marks a short critical section of the library for its scope: whoever would
 /// suspend or end the thread lets it out first. No caller's code runs inside.
 ///
@@ -61,15 +76,8 @@ inline bool watchThreadEnd() noexcept {
 /// the fences keep the compiler from moving the section out from between its marks.
 class ShortSection {
  public:
-  ShortSection() noexcept : outer_(marks()) {
-    setMarks(outer_ + 1);
-    std::atomic_signal_fence(std::memory_order_seq_cst);
-  }
-  // Written rather than counted down, for which what was just written would be read again.
-  ~ShortSection() {
-    std::atomic_signal_fence(std::memory_order_seq_cst);
-    setMarks(outer_);
-  }
+  ShortSection() noexcept : outer_(beginShortSection()) {}
+  ~ShortSection() { endShortSection(outer_); }
 
   ShortSection(const ShortSection&) = delete;
   ShortSection& operator=(const ShortSection&) = delete;

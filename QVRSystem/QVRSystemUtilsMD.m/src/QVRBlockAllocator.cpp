@@ -11,6 +11,7 @@
 #include "QVRSystem/internal/QVRBiasedLock.h"
 #include "QVRSystem/internal/QVRThreadState.h"
 
+using qvr::internal::BiasedLock;
 using qvr::internal::BiasedLockGuard;
 using qvr::internal::markFree;
 using qvr::internal::markNew;
@@ -66,42 +67,95 @@ QVRBlockAllocator::~QVRBlockAllocator() {
   for (const Segment& segment : segments_) freeStorage(segment);
 }
 
+// The usual case alone: the owner of the bias takes a block where the last one came from.
+// All others are tail calls, so that this one needs no frame.
 void* QVRBlockAllocator::allocate() {
+  BiasedLock lock(lock_);
+  if (!lock.canEnter()) [[unlikely]]
+    return allocateSlowly();
+  const std::uint32_t outer = lock.enter();
+  if (!lock.hasEntered()) [[unlikely]]
+    return allocateElsewhere(outer);
+  Segment* const segment = allocationSegment_;
+  if (segment == nullptr || segment->free < 2) [[unlikely]]
+    return allocateElsewhere(outer);
+  unsigned char* const block = take(*segment);
+  if (!lock.tryLeave(outer)) [[unlikely]]
+    return leave(outer, block);
+  return block;
+}
+
+void QVRBlockAllocator::deallocate(void* memory) {
+  auto* const block = static_cast<unsigned char*>(memory);
+  if (block == nullptr) return;
+  __builtin_prefetch(block, 1);  // where nobody has used it for long, this takes longest
+  BiasedLock lock(lock_);
+  if (!lock.canEnter()) [[unlikely]]
+    return deallocateSlowly(block);
+  const std::uint32_t outer = lock.enter();
+  if (!lock.hasEntered()) [[unlikely]]
+    return deallocateElsewhere(outer, block);
+  Segment* const segment = findUsedSegment(block);
+  if (segment == nullptr || segment->free == 0) [[unlikely]]
+    return deallocateElsewhere(outer, block);
+  putBack(*segment, block);
+  if (!lock.tryLeave(outer)) [[unlikely]]
+    leave(outer, block);
+}
+
+[[gnu::noinline]] void* QVRBlockAllocator::allocateSlowly() {
   const ShortSection section;
   const BiasedLockGuard guard(lock_);
-  if (allocationSegment_ == nullptr || allocationSegment_->free == 0) [[unlikely]]
-    findFreeSegment();
-  Segment& segment = *allocationSegment_;
+  if (allocationSegment_ == nullptr || allocationSegment_->free == 0) findFreeSegment();
+  unsigned char* const block = take(*allocationSegment_);
+  if (allocationSegment_->free == 0) noteRoom(*allocationSegment_);
+  return block;
+}
+
+[[gnu::noinline]] void* QVRBlockAllocator::allocateElsewhere(std::uint32_t outer) {
+  BiasedLock(lock_).leave(outer);
+  return allocateSlowly();
+}
+
+[[gnu::noinline]] void* QVRBlockAllocator::leave(std::uint32_t outer, void* block) {
+  BiasedLock(lock_).leave(outer);
+  return block;
+}
+
+[[gnu::noinline]] void QVRBlockAllocator::deallocateSlowly(unsigned char* block) {
+  {
+    const ShortSection section;
+    const BiasedLockGuard guard(lock_);
+    if (Segment* const segment = findUsedSegment(block); segment != nullptr) {
+      putBack(*segment, block);
+      if (segment->free == 1) noteRoom(*segment);
+      return;
+    }
+  }
+  QVRReportAssert("Program error", "Deallocation segment not found", kSource, kForeignBlockLine);
+}
+
+[[gnu::noinline]] void QVRBlockAllocator::deallocateElsewhere(std::uint32_t outer,
+                                                              unsigned char* block) {
+  BiasedLock(lock_).leave(outer);
+  deallocateSlowly(block);
+}
+
+inline unsigned char* QVRBlockAllocator::take(Segment& segment) const noexcept {
   unsigned char* const block = segment.begin + segment.firstFree * blockSize_;
   markUsable(block, blockSize_);
   segment.firstFree = *block;
   markNew(block, blockSize_);
-  if (--segment.free == 0) [[unlikely]]
-    noteRoom(segment);
+  --segment.free;
   return block;
 }
 
-void QVRBlockAllocator::deallocate(void* block) {
-  if (block == nullptr) return;
-  if (!tryDeallocate(static_cast<unsigned char*>(block))) {
-    QVRReportAssert("Program error", "Deallocation segment not found", kSource, kForeignBlockLine);
-  }
-}
-
-bool QVRBlockAllocator::tryDeallocate(unsigned char* block) {
-  const ShortSection section;
-  const BiasedLockGuard guard(lock_);
-  if (deallocationSegment_ == nullptr || !holds(*deallocationSegment_, block)) {
-    if (!findUsedSegment(block)) return false;
-  }
-  Segment& segment = *deallocationSegment_;
+inline void QVRBlockAllocator::putBack(Segment& segment, unsigned char* block) const noexcept {
   const std::size_t number = blockNumber(segment, block);
   *block = segment.firstFree;
   segment.firstFree = static_cast<std::uint8_t>(number);
   markFree(segment.begin + number * blockSize_, blockSize_);
-  if (segment.free++ == 0) [[unlikely]]
-    noteRoom(segment);
-  return true;
+  ++segment.free;
 }
 
 void QVRBlockAllocator::compact() {
@@ -146,19 +200,21 @@ void QVRBlockAllocator::fetchBlocks() const {
   }
 }
 
-[[gnu::noinline]] bool QVRBlockAllocator::findUsedSegment(const unsigned char* block) {
+inline QVRBlockAllocator::Segment* QVRBlockAllocator::findUsedSegment(const unsigned char* block) {
+  Segment* const last = deallocationSegment_;
+  if (last != nullptr && holds(*last, block)) return last;
   const std::size_t number = index_->candidate(block);
-  if (number == SegmentIndex::kNone || !holds(segments_[number], block)) return false;
-  deallocationSegment_ = &segments_[number];
-  return true;
+  if (number == SegmentIndex::kNone || !holds(segments_[number], block)) return nullptr;
+  return deallocationSegment_ = &segments_[number];
 }
 
-bool QVRBlockAllocator::holds(const Segment& segment, const unsigned char* block) const noexcept {
+inline bool QVRBlockAllocator::holds(const Segment& segment,
+                                     const unsigned char* block) const noexcept {
   return static_cast<std::size_t>(block - segment.begin) < segmentBytes_;
 }
 
-std::size_t QVRBlockAllocator::blockNumber(const Segment& segment,
-                                           const unsigned char* block) const noexcept {
+inline std::size_t QVRBlockAllocator::blockNumber(const Segment& segment,
+                                                  const unsigned char* block) const noexcept {
   const auto offset = static_cast<std::size_t>(block - segment.begin);
   return reciprocal_ != 0 ? offset * reciprocal_ >> kReciprocalBits : offset / blockSize_;
 }

@@ -119,6 +119,8 @@ class RangeMap {
     groups.assign(groups_.begin(), groups_.end());
     groups.swap(groups_);
     entries.swap(entries_);
+    mask_ = entries_.size() - 1;
+    hashShift_ = 64 - static_cast<int>(std::bit_width(mask_));
     for (const Entry& entry : entries) {
       if (entry.key != kFree) entries_[slotFor(entry.key)] = entry;
     }
@@ -177,13 +179,14 @@ class RangeMap {
 
   static std::uintptr_t keyOf(std::uintptr_t page) noexcept { return page / kGroupPages + 1; }
 
-  // Where the key is, or else where it can be entered. Fibonacci hashing: the golden
-  // ratio's fraction spreads neighbouring groups evenly.
+  // Where the key is, or else where it can be entered. Multiplied by the golden ratio's
+  // fraction, neighbouring groups spread evenly; but groups at the distance of a Fibonacci
+  // number come to lie side by side, unless it is done twice.
   std::size_t slotFor(std::uintptr_t key) const noexcept {
     constexpr std::uint64_t kGoldenRatio = 0x9E3779B97F4A7C15;
-    const std::size_t mask = entries_.size() - 1;
-    auto slot = static_cast<std::size_t>((key * kGoldenRatio) >> (64 - std::bit_width(mask)));
-    while (entries_[slot].key != key && entries_[slot].key != kFree) slot = (slot + 1) & mask;
+    const std::uint64_t once = key * kGoldenRatio;
+    auto slot = static_cast<std::size_t>(((once ^ once >> 32) * kGoldenRatio) >> hashShift_);
+    while (entries_[slot].key != key && entries_[slot].key != kFree) slot = (slot + 1) & mask_;
     return slot;
   }
 
@@ -201,6 +204,8 @@ class RangeMap {
   std::size_t count_ = 0;
   std::vector<Group> groups_;   // their capacity is what there is room for
   std::vector<Entry> entries_;  // a power of two, or none
+  std::size_t mask_ = 0;        // of their numbers
+  int hashShift_ = 0;           // to as many bits
 };
 
 /// Where the blocks of a block allocator lie, and which of its segments have room.

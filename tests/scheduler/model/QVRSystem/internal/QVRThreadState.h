@@ -22,6 +22,10 @@ inline std::uint32_t*& deferredWake() noexcept { return scheduler::deferredWake(
 /// The scheduler gives the wake-up of a thread that ends.
 inline bool watchThreadEnd() noexcept { return scheduler::onThread(); }
 
+inline std::uint32_t beginShortSection() noexcept { return scheduler::shortSections()++; }
+
+inline void endShortSection(std::uint32_t outer) noexcept { scheduler::shortSections() = outer; }
+
 /// The scheduler fails a thread that ends inside one.
 class ShortSection {
  public:
