@@ -20,6 +20,14 @@ template <class T>
   return std::vector<T>(size);
 }
 
+/// @return room for that many, as newVector().
+template <class T>
+[[gnu::noinline]] std::vector<T> newRoom(std::size_t capacity) {
+  std::vector<T> room;
+  room.reserve(capacity);
+  return room;
+}
+
 /// A set of small numbers that knows its least one: a bit for each number, above them
 /// a bit for each word that is not 0, and so on.
 ///
@@ -111,9 +119,8 @@ class RangeMap {
     if (count <= count_) return;
     const std::size_t most = groups_.size() + kMostGroups * (count - count_);
     if (most <= groups_.capacity()) return;
-    std::vector<Group> groups;
-    groups.reserve(std::max(most, 2 * groups_.capacity()));
-    std::vector<Entry> entries(std::bit_ceil(2 * groups.capacity()));
+    auto groups = newRoom<Group>(std::max(most, 2 * groups_.capacity()));
+    auto entries = newVector<Entry>(std::bit_ceil(2 * groups.capacity()));
     // A new-handler may have come here before.
     if (groups.capacity() <= groups_.capacity()) return;
     groups.assign(groups_.begin(), groups_.end());
