@@ -17,10 +17,11 @@ class QVRDynamicObject;
 ///
 /// Records are told apart by the types that they describe, as the run-time library
 /// tells them apart: also between modules, where classes of one full name are one
-/// class. A module gives its classes a name or a namespace of its own, therefore;
-/// in code of some compilers an unnamed namespace keeps them apart, in clang's not.
+/// class. A module therefore gives its classes a name or a namespace of its own; an
+/// unnamed namespace is not enough with every compiler.
 ///
-/// Nothing here throws but for want of memory, and then nothing has changed.
+/// Nothing here throws but for want of memory, and then nothing has changed; only
+/// createObject() also throws what the constructor throws.
 ///
 /// @par Thread safety
 /// Records do not change unless assigned to; any thread may read them.
@@ -53,7 +54,8 @@ class QVRSYSTEM_API QVRClassInfo {
   bool isIdentifiable() const noexcept { return true; }
 
   /// @return a new object, the caller's; one that is counted has count 0. Undefined
-  ///   unless isConstructable().
+  ///   unless isConstructable(). @throws std::bad_alloc, and what the class's
+  ///   constructor throws; the storage is given back.
   QVRDynamicObject* createObject() const { return factory_(); }
 
   /// Of direct bases: 0, 1 or 2.
@@ -91,5 +93,6 @@ class QVRSYSTEM_API QVRClassInfo {
   std::array<const QVRClassInfo*, 2> bases_;  // null behind the last
 };
 
-/// Describes the class in lines: name, size, whether it can be made, bases.
+/// Describes the class in lines: name, size, whether it can be made, bases. Numbers are
+/// decimal, whatever the stream's format.
 QVRSYSTEM_API std::ostream& operator<<(std::ostream& out, const QVRClassInfo& info);

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <locale>
 #include <map>
 #include <ostream>
 #include <sstream>
@@ -151,7 +152,8 @@ TEST(QVRClassInfoTest, KeepsTheBasesThatAreNotNullInTheirOrder) {
 }
 
 TEST(QVRClassInfoTest, CreateObjectGivesWhatTheFactoryGives) {
-  static QVRDynamicObject* const made = QVRCountedObject::ClassInfo().createObject();
+  static QVRDynamicObject* made;
+  made = QVRCountedObject::ClassInfo().createObject();
   const QVRClassInfo info(
       typeid(A*), 1, [] { return made; }, nullptr, nullptr);
 
@@ -274,6 +276,25 @@ TEST(QVRClassInfoTest, DescribesItselfInLines) {
             "    Constructable = No\n"
             "    Base 1        = garden::Box<int,garden::Valve>\n"
             "    Base 2        = garden::Valve\n");
+}
+
+TEST(QVRClassInfoTest, DescriptionIsDecimalWhateverTheStreamSays) {
+  struct Grouping : std::numpunct<char> {
+    std::string do_grouping() const override { return "\1"; }
+  };
+  const QVRClassInfo base = recordOf<A>();
+  std::ostringstream out;
+  out.imbue(std::locale(out.getloc(), new Grouping));
+
+  out << std::hex << std::showbase << std::showpos
+      << QVRClassInfo(typeid(B*), 4096, nullptr, &base, &base);
+
+  EXPECT_EQ(out.str(),
+            "Class: (anonymousnamespace)::B\n"
+            "    ObjectSize    = 4096\n"
+            "    Constructable = No\n"
+            "    Base 1        = (anonymousnamespace)::A\n"
+            "    Base 2        = (anonymousnamespace)::A\n");
 }
 
 /// Counts how often it is flushed; holds nothing.

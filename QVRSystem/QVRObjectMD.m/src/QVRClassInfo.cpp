@@ -60,13 +60,15 @@ std::string QVRClassInfo::FilterClassName(const char* rawName) {
   return name;
 }
 
+// Numbers as text: whatever the stream's base and locale, they are plain decimal.
 std::ostream& operator<<(std::ostream& out, const QVRClassInfo& info) {
   out << "Class: " << info.getClassName() << std::endl
-      << "    ObjectSize    = " << info.getObjectSize() << std::endl
+      << "    ObjectSize    = " << std::to_string(info.getObjectSize()) << std::endl
       << "    Constructable = " << (info.isConstructable() ? "Yes" : "No") << std::endl;
   if (info.getBaseCount() == 0) out << "    No base classes" << std::endl;
   for (std::size_t i = 0; i < info.getBaseCount(); ++i) {
-    out << "    Base " << i + 1 << "        = " << info.getBaseInfo(i).getClassName() << std::endl;
+    out << "    Base " << std::to_string(i + 1) << "        = "
+        << info.getBaseInfo(i).getClassName() << std::endl;
   }
   return out;
 }
