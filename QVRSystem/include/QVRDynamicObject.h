@@ -86,6 +86,10 @@ class QVRSYSTEM_API QVRDynamicObject {
  protected:
   virtual ~QVRDynamicObject() noexcept(false);
 
+  /// The object as its root; of several roots, the one of its first base's first base
+  /// and so on. Every class has its own, since each step alone is unambiguous.
+  static QVRDynamicObject* _RootOf(QVRDynamicObject* object) noexcept { return object; }
+
   /// @return a new default object of the same class, the caller's; null of a class
   ///   that is abstract.
   virtual QVRDynamicObject* replicateObject() const;
@@ -111,15 +115,9 @@ static_assert(sizeof(QVRDynamicObject) == 16);
 
 namespace qvr::internal {
 
-/// An object that was made, as its root; of several roots, the first base's.
-template <class Class>
-QVRDynamicObject* asDynamicObject(Class* object) {
-  return object;
-}
-template <class Class, class FirstBase, class... OtherBases>
-QVRDynamicObject* asDynamicObject(Class* object) {
-  return static_cast<FirstBase*>(object);
-}
+/// The first of the bases that a class names; the root where it names none.
+template <class First = QVRDynamicObject, class... Others>
+using FirstBase = First;
 
 /// The record of a class with these direct bases.
 template <class Class, class... Bases>
@@ -146,6 +144,9 @@ QVRClassInfo makeClassInfo(QVRDynamicObject* (*factory)()) {
   bool isInstanceOf(const ::QVRClassInfo& info) const override;                           \
   bool isDerivedFrom(const ::QVRClassInfo& info) const override;                          \
                                                                                           \
+ protected:                                                                               \
+  [[maybe_unused]] static ::QVRDynamicObject* _RootOf(Class* object) noexcept;            \
+                                                                                          \
  private:                                                                                 \
   [[maybe_unused]] static ::QVRDynamicObject* _CreateObject();                            \
   ::QVRDynamicObject* _replicateObject() const override;                                  \
@@ -154,17 +155,15 @@ QVRClassInfo makeClassInfo(QVRDynamicObject* (*factory)()) {
 
 /// In one source, in the namespace of the class: defines what was declared. The
 /// bases are those direct ones that are dynamic classes, two at most, virtual ones
-/// too; isDerivedFrom() knows no others. The class has a default constructor and one
+/// too; isDerivedFrom() knows no others. Where there are several roots, objects are
+/// given as that of the first base named. The class has a default constructor and one
 /// from `(const Class&, CopyMode)`, of any access, and is aligned to 16 bytes at most.
-#define QVR_DEFINE_DYNAMIC_CLASS(Class, ...)                                                \
-  ::QVRDynamicObject* Class::_CreateObject() {                                              \
-    return ::qvr::internal::asDynamicObject<Class __VA_OPT__(, ) __VA_ARGS__>(new Class()); \
-  }                                                                                         \
-  ::QVRDynamicObject* Class::_replicateObject() const { return _CreateObject(); }           \
-  ::QVRDynamicObject* Class::_duplicateObject(::QVRDynamicObject::CopyMode mode) const {    \
-    return ::qvr::internal::asDynamicObject<Class __VA_OPT__(, ) __VA_ARGS__>(              \
-        new Class(*this, mode));                                                            \
-  }                                                                                         \
+#define QVR_DEFINE_DYNAMIC_CLASS(Class, ...)                                             \
+  ::QVRDynamicObject* Class::_CreateObject() { return _RootOf(new Class()); }            \
+  ::QVRDynamicObject* Class::_replicateObject() const { return _CreateObject(); }        \
+  ::QVRDynamicObject* Class::_duplicateObject(::QVRDynamicObject::CopyMode mode) const { \
+    return _RootOf(new Class(*this, mode));                                              \
+  }                                                                                      \
   QVR_DEFINE_CLASS_RECORD_(Class, &Class::_CreateObject __VA_OPT__(, ) __VA_ARGS__)
 
 /// As QVR_DEFINE_DYNAMIC_CLASS, for a class of which no object is made: its record has
@@ -179,6 +178,9 @@ QVRClassInfo makeClassInfo(QVRDynamicObject* (*factory)()) {
 
 /// What both definitions share.
 #define QVR_DEFINE_CLASS_RECORD_(Class, factory, ...)                             \
+  ::QVRDynamicObject* Class::_RootOf(Class* object) noexcept {                    \
+    return ::qvr::internal::FirstBase<__VA_ARGS__>::_RootOf(object);              \
+  }                                                                               \
   const ::QVRClassInfo& Class::ClassInfo() noexcept { return ClassInfo_; }        \
   ::std::string Class::ClassName() { return ClassInfo_.getClassName(); }          \
   ::std::string Class::getClassName() const { return ClassInfo_.getClassName(); } \

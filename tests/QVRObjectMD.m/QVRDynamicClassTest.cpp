@@ -106,6 +106,74 @@ class Twofold : public plant::Valve, public QVRCountedObject {
 };
 QVR_DEFINE_DYNAMIC_CLASS(Twofold, plant::Valve, QVRCountedObject);
 
+/// Two roots, and nothing but; the classes below have them through their bases.
+class Pair : public plant::Part, public QVRCountedObject {
+  QVR_DECLARE_DYNAMIC_CLASS(Pair);
+
+ public:
+  using Mode = QVRDynamicObject::CopyMode;
+  Pair() = default;
+  Pair(const Pair& other, Mode mode) : Part(other, mode), QVRCountedObject(other, mode) {}
+
+ protected:
+  ~Pair() override = default;
+};
+QVR_DEFINE_DYNAMIC_CLASS(Pair, QVRCountedObject, plant::Part);  // counted first
+
+class AbstractPair : public Pair {
+  QVR_DECLARE_DYNAMIC_CLASS(AbstractPair);
+
+ protected:
+  AbstractPair() = default;
+  AbstractPair(const AbstractPair& other, Mode mode) : Pair(other, mode) {}
+  virtual void run() = 0;
+};
+QVR_DEFINE_ABSTRACT_DYNAMIC_CLASS(AbstractPair, Pair);
+
+class FarPair : public AbstractPair {
+  QVR_DECLARE_DYNAMIC_CLASS(FarPair);
+
+ public:
+  FarPair() = default;
+  FarPair(const FarPair& other, Mode mode) : AbstractPair(other, mode) {}
+
+ protected:
+  void run() override {}
+};
+QVR_DEFINE_DYNAMIC_CLASS(FarPair, AbstractPair);
+
+class VirtualPair : public virtual Pair {
+  QVR_DECLARE_DYNAMIC_CLASS(VirtualPair);
+
+ public:
+  VirtualPair() = default;
+  VirtualPair(const VirtualPair& other, Mode mode) : Pair(other, mode) {}
+};
+QVR_DEFINE_DYNAMIC_CLASS(VirtualPair, Pair);
+
+class FarVirtualPair : public VirtualPair {
+  QVR_DECLARE_DYNAMIC_CLASS(FarVirtualPair);
+
+ public:
+  FarVirtualPair() = default;
+  FarVirtualPair(const FarVirtualPair& other, Mode mode)
+      : Pair(other, mode), VirtualPair(other, mode) {}
+};
+QVR_DEFINE_DYNAMIC_CLASS(FarVirtualPair, VirtualPair);
+
+/// Two roots, both through a first base of two.
+class Quadruple : public FarPair, public Twofold {
+  QVR_DECLARE_DYNAMIC_CLASS(Quadruple);
+
+ public:
+  Quadruple() = default;
+  Quadruple(const Quadruple& other, Mode mode) : FarPair(other, mode), Twofold(other, mode) {}
+
+ protected:
+  ~Quadruple() override = default;
+};
+QVR_DEFINE_DYNAMIC_CLASS(Quadruple, FarPair, Twofold);
+
 class HiddenMachine : public plant::Part {
   QVR_DECLARE_DYNAMIC_CLASS(HiddenMachine);
 
@@ -311,6 +379,30 @@ TEST(QVRDynamicClassTest, ObjectWithTwoRootsIsGivenAsItsFirst) {
   // Counted through its second base, it goes as a whole.
   const QVRCountedPointer<Twofold> pointer(twofold);
   EXPECT_EQ(pointer->getReferences(), 1u);
+}
+
+template <class T>
+class QVRDynamicClassOfTwoRootsTest : public testing::Test {};
+using Pairs = testing::Types<Pair, FarPair, VirtualPair, FarVirtualPair, Quadruple>;
+TYPED_TEST_SUITE(QVRDynamicClassOfTwoRootsTest, Pairs);
+
+TYPED_TEST(QVRDynamicClassOfTwoRootsTest, MakesObjectsGivenAsTheRootOfTheirFirstNamedBase) {
+  const auto asPair = [](QVRDynamicObject* made) {
+    return QVRCountedPointer<Pair>(dynamic_cast<Pair*>(made));
+  };
+  QVRDynamicObject* const made = TypeParam::ClassInfo().createObject();
+  const QVRCountedPointer<Pair> pair = asPair(made);
+  ASSERT_TRUE(pair);
+
+  EXPECT_EQ(made, static_cast<QVRCountedObject*>(pair.get()));
+  const plant::Part& part = *pair;
+  for (const auto& other : {pair, asPair(part.replicateObject()),
+                            asPair(part.duplicateObject(QVRDynamicObject::DeepCopy))}) {
+    ASSERT_TRUE(other);
+    EXPECT_EQ(&other->getClassInfo(), &TypeParam::ClassInfo());
+    EXPECT_TRUE(other->isDerivedFrom(plant::Part::ClassInfo()));
+    EXPECT_TRUE(other->isDerivedFrom(QVRCountedObject::ClassInfo()));
+  }
 }
 
 TEST(QVRDynamicClassTest, ConstructorThatThrowsGivesTheStorageBack) {
