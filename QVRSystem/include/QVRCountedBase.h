@@ -34,6 +34,9 @@ class QVRSYSTEM_API QVRCountedBase {
   bool operator<(const QVRCountedBase& other) const noexcept {
     return std::less<>()(referent_, other.referent_);
   }
+  /// None but `<`: the others, and those of a std::pair of handles, would compare
+  /// whether there are objects.
+  void operator<=>(const QVRCountedBase& other) const = delete;
 
  protected:
   /// @param object counted up unless null.

@@ -33,7 +33,8 @@ concept PointeeOf = std::convertible_to<U*, T*>;
 /// the old object before it counts the new one: what is assigned must not live only
 /// through the old one. Moving has no such condition: `head = std::move(head->next)`.
 ///
-/// Comparisons go by the address of the object.
+/// Comparisons go by the address of the object. Pointers of one class have `<`, and no
+/// other order; no number compares with one.
 ///
 /// Of a `T` for which QVRReleaseThrows is true, destructor, detach() and the assignments
 /// throw what the object's destructor throws; the pointer is empty afterwards, and so is
@@ -164,3 +165,14 @@ template <class T>
 bool operator<(const QVRCountedPointer<T>& a, const QVRCountedPointer<T>& b) noexcept {
   return static_cast<const QVRCountedBase&>(a) < static_cast<const QVRCountedBase&>(b);
 }
+
+// What would compile through the conversion to bool, or the base's `<`.
+
+template <class T, class U>
+void operator<=>(const QVRCountedPointer<T>& a, const QVRCountedPointer<U>& b) = delete;
+template <class T, class Number>
+requires std::is_arithmetic_v<Number>
+void operator<=>(const QVRCountedPointer<T>& pointer, Number number) = delete;
+template <class T, class Number>
+requires(std::is_arithmetic_v<Number> && !std::is_same_v<Number, bool>) bool operator==(
+    const QVRCountedPointer<T>& pointer, Number number) = delete;

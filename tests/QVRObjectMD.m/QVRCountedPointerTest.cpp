@@ -98,6 +98,42 @@ static_assert(refuses<BasePointer, Unrelated*> &&
 static_assert(std::is_same_v<decltype(*std::declval<ConstPointer>()), const Base&> &&
               std::is_same_v<decltype(std::declval<BasePointer>().get()), Base*>);
 
+template <class A, class B>
+concept IsLess = requires(const A& a, const B& b) {
+  a < b;
+};
+template <class A, class B>
+concept HasAnotherOrder = requires(const A& a, const B& b) {
+  a > b;
+}
+|| requires(const A& a, const B& b) { a <= b; }
+|| requires(const A& a, const B& b) { a >= b; }
+|| requires(const A& a, const B& b) { a <=> b; };
+template <class A, class B>
+concept AreOrdered = IsLess<A, B> || IsLess<B, A> || HasAnotherOrder<A, B> || HasAnotherOrder<B, A>;
+template <class A, class B>
+concept AreEqual = requires(const A& a, const B& b) {
+  a == b;
+}
+|| requires(const A& a, const B& b) { b == a; }
+|| requires(const A& a, const B& b) { a != b; };
+
+// All of these would compile through the conversion to bool, or the base's `<`.
+static_assert(IsLess<BasePointer, BasePointer> && !HasAnotherOrder<BasePointer, BasePointer>);
+static_assert(!AreOrdered<BasePointer, DerivedPointer> && !AreOrdered<BasePointer, ConstPointer> &&
+              !AreOrdered<BasePointer, QVRCountedPointer<Unrelated>>);
+static_assert(!AreOrdered<BasePointer, Base*> && !AreOrdered<BasePointer, std::nullptr_t>);
+static_assert(!AreOrdered<BasePointer, int> && !AreOrdered<BasePointer, bool> &&
+              !AreOrdered<BasePointer, double>);
+static_assert(!HasAnotherOrder<BasePointer, QVRCountedBase> &&
+              !HasAnotherOrder<QVRCountedBase, BasePointer> &&
+              IsLess<QVRCountedBase, QVRCountedBase> &&
+              !HasAnotherOrder<QVRCountedBase, QVRCountedBase>);
+static_assert(AreEqual<BasePointer, DerivedPointer> && AreEqual<BasePointer, Base*> &&
+              AreEqual<BasePointer, bool>);
+static_assert(!AreEqual<BasePointer, int> && !AreEqual<BasePointer, unsigned long> &&
+              !AreEqual<BasePointer, double>);
+
 class Incomplete;
 
 /// A class is complete where it is used, not where a pointer to it is declared.
@@ -308,7 +344,7 @@ TEST(QVRCountedPointerTest, HeadOfAListMovesOnToItsNext) {
     head = std::move(head->next);
 
     EXPECT_EQ(ends, gone);
-    EXPECT_EQ(head, gone < 3);
+    EXPECT_EQ(head != nullptr, gone < 3);
   }
 }
 
@@ -346,6 +382,7 @@ TEST(QVRCountedPointerTest, IsOrderedByTheAddressOfTheObject) {
   EXPECT_EQ(first < other, std::less<>()(first.get(), other.get()));
   EXPECT_TRUE(BasePointer() < first);
   EXPECT_EQ((std::set<BasePointer>{first, other, first}).size(), 2u);
+  EXPECT_EQ((std::set<std::pair<BasePointer, int>>{{first, 1}, {other, 1}, {first, 1}}).size(), 2u);
 }
 
 /// Has comparisons of its own.
@@ -369,6 +406,30 @@ TEST(QVRCountedPointerTest, ComparisonsOfOneClassTakePrecedence) {
   EXPECT_TRUE(first != second);
   EXPECT_TRUE(first < second && !(second < first) && !(second < third) && !(third < second));
   EXPECT_TRUE(second != third.get()) << "the others stay";
+}
+
+/// Has comparisons of its own that take their pointers by value.
+class Weighed : public QVRCountedObject {
+ public:
+  explicit Weighed(int value) : weight(value) {}
+  const int weight;
+};
+using WeighedPointer = QVRCountedPointer<Weighed>;
+
+bool operator==(WeighedPointer a, WeighedPointer b) { return a->weight == b->weight; }
+bool operator<(WeighedPointer a, WeighedPointer b) { return a->weight < b->weight; }
+bool operator>(WeighedPointer a, WeighedPointer b) { return b < a; }
+
+static_assert(!AreOrdered<WeighedPointer, BasePointer>);
+
+TEST(QVRCountedPointerTest, ComparisonsByValueTakePrecedence) {
+  const WeighedPointer light(new Weighed(1));
+  const WeighedPointer heavy(new Weighed(2));
+  const WeighedPointer alike(new Weighed(2));
+
+  EXPECT_TRUE(heavy == alike && !(heavy != alike) && light != heavy);
+  EXPECT_TRUE(light < heavy && !(heavy < light) && !(heavy < alike) && !(alike < heavy));
+  EXPECT_TRUE(heavy > light && !(light > heavy) && !(heavy > alike));
 }
 
 TEST(QVRCountedPointerTest, ContainersMoveIt) {
