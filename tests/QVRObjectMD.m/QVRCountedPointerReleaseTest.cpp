@@ -173,6 +173,16 @@ TEST_F(QVRCountedPointerReleaseTest, MovesAndSelfAssignmentsCountNothing) {
   EXPECT_EQ(failureOf([&] { pointer.detach(); }), "suspended");
 }
 
+TEST(QVRCountedPointerReleaseDeathTest, ThrowingThroughAPointerToAnotherClassEndsTheProcess) {
+  using Other = QVRCountedPointer<QVRCountedObject>;
+
+  EXPECT_DEATH({ const Other pointer(new Stubborn("suspended")); }, "suspended");
+  EXPECT_DEATH(Other(new Stubborn("suspended")).detach(), "suspended");
+  EXPECT_DEATH(Other(new Stubborn("suspended")) = nullptr, "suspended");
+  EXPECT_DEATH(Other(new Stubborn("suspended")) = Other(), "suspended");
+  EXPECT_DEATH(Other(Pointer(new Stubborn("suspended"))).detach(), "suspended");
+}
+
 /// What a holder of such a pointer writes.
 struct Holder {
   Pointer pointer;
