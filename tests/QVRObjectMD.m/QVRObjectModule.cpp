@@ -1,20 +1,8 @@
-// A module with dynamic classes of its own: hidden symbols, loaded locally.
-#include "QVRCountedObject.h"
-
-#define MODULE_EXPORT extern "C" __attribute__((visibility("default")))
+// A module with dynamic classes of its own: hidden symbols but one class, loaded locally.
+#include "QVRObjectModule.h"
 
 namespace module {
 
-class Gauge : public QVRCountedObject {
-  QVR_DECLARE_DYNAMIC_CLASS(Gauge);
-
- public:
-  Gauge() = default;
-  Gauge(const Gauge& other, CopyMode mode) : QVRCountedObject(other, mode) {}
-
- private:
-  [[maybe_unused]] char content_[100] = {};
-};
 QVR_DEFINE_DYNAMIC_CLASS(Gauge, QVRCountedObject);
 
 class Instrument : public Gauge {
@@ -52,4 +40,8 @@ MODULE_EXPORT bool isCounted(const QVRDynamicObject* object) {
 }
 MODULE_EXPORT bool isGauge(const QVRDynamicObject* object) {
   return object->isInstanceOf(module::Gauge::ClassInfo());
+}
+MODULE_EXPORT bool isKindOfGauge(const QVRDynamicObject* object) {
+  return object->isDerivedFrom(module::Gauge::ClassInfo()) &&
+         dynamic_cast<const module::Gauge*>(object) != nullptr;
 }

@@ -1,4 +1,4 @@
-// Dynamic classes of a module with hidden symbols that is loaded locally.
+// Dynamic classes of modules with hidden symbols that are loaded locally.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
@@ -46,6 +46,27 @@ class QVRObjectModuleTest : public testing::Test {
 
  private:
   void* module_ = nullptr;
+};
+
+/// One more module, whose class derives from one of the first.
+class QVRDerivedModuleTest : public QVRObjectModuleTest {
+ protected:
+  void SetUp() override {
+    QVRObjectModuleTest::SetUp();
+    derived_ = dlopen(QVR_DERIVED_MODULE, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(derived_, nullptr) << dlerror();
+  }
+  void TearDown() override {
+    if (derived_ != nullptr) dlclose(derived_);
+    QVRObjectModuleTest::TearDown();
+  }
+
+  const QVRClassInfo& manometer() const {
+    return *reinterpret_cast<const QVRClassInfo* (*)()>(dlsym(derived_, "manometerRecord"))();
+  }
+
+ private:
+  void* derived_ = nullptr;
 };
 
 CountedPointer make(const QVRClassInfo& info) {
@@ -116,6 +137,29 @@ TEST_F(QVRObjectModuleTest, ClassesOfOneFullNameAreOneClass) {
   EXPECT_NE(&theirs, &ours);
   EXPECT_TRUE(theirs.isInstanceOf(ours));
   EXPECT_TRUE(ours.isInstanceOf(theirs));
+}
+
+TEST_F(QVRDerivedModuleTest, ClassIsDerivedFromThatOfTheOtherModule) {
+  const QVRClassInfo& gauge = record("gaugeRecord");
+
+  EXPECT_EQ(manometer().getClassName(), "derived::Manometer");
+  ASSERT_EQ(manometer().getBaseCount(), 1u);
+  EXPECT_EQ(&manometer().getBaseInfo(0), &gauge);
+  EXPECT_TRUE(manometer().isDerivedFrom(gauge));
+  EXPECT_TRUE(manometer().isDerivedFrom(QVRCountedObject::ClassInfo()));
+  EXPECT_FALSE(manometer().isDerivedFrom(record("instrumentRecord")));
+  EXPECT_FALSE(gauge.isDerivedFrom(manometer()));
+}
+
+TEST_F(QVRDerivedModuleTest, RecordMakesObjectsThatTheOtherModuleKnows) {
+  const CountedPointer made = make(manometer());
+  ASSERT_TRUE(made);
+
+  EXPECT_EQ(&made->getClassInfo(), &manometer());
+  EXPECT_TRUE(made->isDerivedFrom(record("gaugeRecord")));
+  EXPECT_TRUE(ask("isKindOfGauge", made.get()));
+  EXPECT_FALSE(ask("isGauge", made.get()));
+  EXPECT_TRUE(ask("isCounted", made.get()));
 }
 
 }  // namespace
