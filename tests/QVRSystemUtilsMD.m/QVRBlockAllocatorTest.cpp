@@ -321,7 +321,7 @@ TEST(QVRBlockAllocatorTest, BytesOnBothSidesOfASegmentAreForeign) {
 TEST(QVRBlockAllocatorTest, PointerIntoABlockFreesThatBlockAlone) {
   QVRBlockAllocator allocator(32);
   const auto blocks = allocateMany(allocator, 2);
-  blocks[0][0] = 2;  // what the next request but one takes for the next free block
+  std::fill(blocks[0], blocks[0] + 32, 77);  // no index of a block to come
   stamp(blocks[1], 32);
 
   allocator.deallocate(blocks[0] + 5);

@@ -152,9 +152,10 @@ inline unsigned char* QVRBlockAllocator::take(Segment& segment) const noexcept {
 
 inline void QVRBlockAllocator::putBack(Segment& segment, unsigned char* block) const noexcept {
   const std::size_t number = blockNumber(segment, block);
-  *block = segment.firstFree;
+  unsigned char* const begin = segment.begin + number * blockSize_;
+  *begin = segment.firstFree;
   segment.firstFree = static_cast<std::uint8_t>(number);
-  markFree(segment.begin + number * blockSize_, blockSize_);
+  markFree(begin, blockSize_);
   ++segment.free;
 }
 
