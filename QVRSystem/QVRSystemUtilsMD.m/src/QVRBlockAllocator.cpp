@@ -211,7 +211,9 @@ inline QVRBlockAllocator::Segment* QVRBlockAllocator::findUsedSegment(const unsi
 
 inline bool QVRBlockAllocator::holds(const Segment& segment,
                                      const unsigned char* block) const noexcept {
-  return static_cast<std::size_t>(block - segment.begin) < segmentBytes_;
+  // As numbers: the block may be no part of the segment.
+  const auto begin = reinterpret_cast<std::uintptr_t>(segment.begin);
+  return reinterpret_cast<std::uintptr_t>(block) - begin < segmentBytes_;
 }
 
 inline std::size_t QVRBlockAllocator::blockNumber(const Segment& segment,
