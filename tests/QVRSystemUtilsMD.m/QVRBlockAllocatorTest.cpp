@@ -406,7 +406,7 @@ TEST(QVRBlockAllocatorTest, EveryByteOfAFreeBlockIsPoisoned) {
   }
 }
 
-TEST(QVRBlockAllocatorTest, StorageOfFreedSegmentsIsNotPoisoned) {
+TEST(QVRBlockAllocatorDeathTest, StorageOfFreedSegmentsIsNotPoisoned) {
   auto allocator = std::make_unique<QVRBlockAllocator>(16);
   auto* const compacted = static_cast<unsigned char*>(allocator->allocate());
   allocator->deallocate(compacted);
