@@ -22,10 +22,10 @@ class SegmentIndex;
 /// freed last comes first. Blocks carry no header: the first byte of a free one is
 /// the index of the next. Memory goes back to the heap only through compact().
 ///
-/// Segments come from the global `operator new`; a new-handler may call any operation
-/// but dump() of the allocator that it is to find memory for. In builds for
-/// AddressSanitizer free blocks are poisoned, and in builds for Valgrind marked as not
-/// accessible.
+/// Segments come from the global `operator new`, which is called without a lock: whoever
+/// answers for the heap, a new-handler for instance, may call any operation but dump() of
+/// any allocator, wait for threads that do, and fork. In builds for AddressSanitizer free
+/// blocks are poisoned, and in builds for Valgrind marked as not accessible.
 ///
 /// @par Thread safety
 /// Any thread may call any operation but dump(). The destructor is one thread's, after
@@ -79,6 +79,11 @@ class QVRSYSTEM_API QVRBlockAllocator {
     std::uint8_t firstFree;
   };
 
+  struct Growth;
+  struct HeapDelete;
+  struct Unused;
+  using Storage = std::unique_ptr<unsigned char, HeapDelete>;
+
   void* allocateSlowly();
   void* allocateElsewhere(std::uint32_t outer);
   void* leave(std::uint32_t outer, void* block);
@@ -86,11 +91,17 @@ class QVRSYSTEM_API QVRBlockAllocator {
   void deallocateElsewhere(std::uint32_t outer, unsigned char* block);
   unsigned char* take(Segment& segment) const noexcept;
   void putBack(Segment& segment, unsigned char* block) const noexcept;
-  void findFreeSegment() QVR_REQUIRES(lock_);
+  bool hasRoom() const QVR_REQUIRES(lock_);
+  bool findFreeSegment() QVR_REQUIRES(lock_);
+  void* takeBlock() QVR_REQUIRES(lock_);
+  void* allocateFromNewSegment();
+  Storage newStorage() const;
+  void* tryAllocate(Growth& growth);
+  bool makeRoom(Growth& growth) QVR_REQUIRES(lock_);
   Segment* findUsedSegment(const unsigned char* block) QVR_REQUIRES(lock_);
   void fetchBlocks() const QVR_REQUIRES(lock_);
-  void addSegment() QVR_REQUIRES(lock_);
-  std::vector<Segment> makeRoom() QVR_REQUIRES(lock_);
+  void addSegment(unsigned char* begin) QVR_REQUIRES(lock_);
+  Unused* removeUnused();
   void enter(const Segment& segment) QVR_REQUIRES(lock_);
   void noteRoom(const Segment& segment) QVR_REQUIRES(lock_);
   void renewIndex() QVR_REQUIRES(lock_);
@@ -109,9 +120,12 @@ class QVRSYSTEM_API QVRBlockAllocator {
   const std::size_t reciprocal_;  // of blockSize_; 0 where a division has to do
   std::vector<Segment> segments_ QVR_GUARDED_BY(lock_);
   // Where a block lies, and which segments have room: derived from segments_.
-  const std::unique_ptr<qvr::internal::SegmentIndex> index_ QVR_PT_GUARDED_BY(lock_);
+  std::unique_ptr<qvr::internal::SegmentIndex> index_ QVR_GUARDED_BY(lock_)
+      QVR_PT_GUARDED_BY(lock_);
   // Where the last call was served; null while there are no segments.
   Segment* allocationSegment_ QVR_GUARDED_BY(lock_) = nullptr;
   Segment* deallocationSegment_ QVR_GUARDED_BY(lock_) = nullptr;
+  // Serial of the last thread that found no room or made some.
+  std::uint64_t grower_ QVR_GUARDED_BY(lock_) = 0;
   qvr::internal::BiasedLockStorage lock_;
 };

@@ -3,8 +3,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <latch>
 #include <new>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -166,6 +168,83 @@ TEST(QVRBlockAllocatorFailureTest, HeapMayAllocateMeanwhile) {
       EXPECT_TRUE(Access::isValid(full.allocator));
     });
   }
+}
+
+TEST(QVRBlockAllocatorFailureTest, OtherThreadsMayFreeAndCompactMeanwhile) {
+  actDuringEachAllocation([](FullAllocator& full) {
+    std::thread([&full] {
+      full.freeAll();
+      full.allocator.compact();
+    }).join();
+  });
+}
+
+TEST(QVRBlockAllocatorFailureTest, OtherThreadsMayAllocateMeanwhile) {
+  for (const int count : {1, 2, 3, 17, 64, 130}) {
+    actDuringEachAllocation([count](FullAllocator& full) {
+      std::thread([&full, count] {
+        for (int i = 0; i < count; ++i) full.allocate();
+      }).join();
+    });
+  }
+}
+
+/// Fetches the first block while `action` takes another one.
+/// @return both, that of the action first.
+template <class Action>
+std::pair<void*, void*> fetchBeside(QVRBlockAllocator& allocator, Action action) {
+  void* first = nullptr;
+  const AllocationObserver observer([&](std::size_t) {
+    if (first == nullptr) first = action(allocator);
+  });
+  void* const second = allocator.allocate();
+  return {first, second};
+}
+
+TEST(QVRBlockAllocatorFailureTest, SegmentOfAnotherThreadMakesTheOwnOneNeedless) {
+  QVRBlockAllocator allocator(kBlockSize);
+
+  const auto [first, second] = fetchBeside(allocator, [](QVRBlockAllocator& used) {
+    void* block = nullptr;
+    std::thread([&] { block = used.allocate(); }).join();
+    return block;
+  });
+
+  EXPECT_EQ(second, static_cast<unsigned char*>(first) + kBlockSize);
+  BlockAllocatorModel model(kBlockSize);
+  for (int i = 0; i < 2; ++i) model.allocate([&] { return lastSegmentOf(dumpOf(allocator)); });
+  EXPECT_EQ(dumpOf(allocator), model.dump(&allocator));
+}
+
+TEST(QVRBlockAllocatorFailureTest, SegmentOfTheSameThreadIsAnotherOne) {
+  QVRBlockAllocator allocator(kBlockSize);
+
+  const auto [first, second] =
+      fetchBeside(allocator, [](QVRBlockAllocator& used) { return used.allocate(); });
+
+  EXPECT_EQ(second, lastSegmentOf(dumpOf(allocator)));
+  EXPECT_NE(second, first);
+  EXPECT_EQ(allocator.allocate(), static_cast<unsigned char*>(second) + kBlockSize);
+  EXPECT_EQ(allocator.allocate(), static_cast<unsigned char*>(first) + kBlockSize);
+}
+
+TEST(QVRBlockAllocatorFailureTest, HeapMayCompactTheAllocatorsOfOtherThreads) {
+  QVRBlockAllocator allocators[2] = {QVRBlockAllocator(kBlockSize), QVRBlockAllocator(kBlockSize)};
+  std::latch bothAskTheHeap(2);
+  const auto grow = [&](QVRBlockAllocator& grown) {
+    bool hasMet = false;
+    const AllocationObserver observer([&](std::size_t) {
+      if (!std::exchange(hasMet, true)) bothAskTheHeap.arrive_and_wait();
+      for (QVRBlockAllocator& allocator : allocators) allocator.compact();
+    });
+    grown.allocate();
+  };
+
+  std::thread other([&] { grow(allocators[0]); });
+  grow(allocators[1]);
+  other.join();
+
+  for (const QVRBlockAllocator& allocator : allocators) EXPECT_TRUE(Access::isValid(allocator));
 }
 
 TEST(QVRBlockAllocatorFailureTest, NewHandlerMayCompactBeforeItGivesUp) {

@@ -378,4 +378,34 @@ TEST(QVRPoolAllocatorTest, ChildOfAForkUsesTheGlobalPoolThatOthersWereUsing) {
   for (std::thread& user : users) user.join();
 }
 
+TEST(QVRPoolAllocatorTest, ForkDoesNotWaitForTheHeap) {
+  QVRPoolAllocator& pool = QVRPoolAllocator::Global();
+  std::latch asksTheHeap(1);
+  std::latch hasForked(1);
+  std::thread user([&] {
+    bool hasWaited = false;
+    const AllocationObserver observer([&](std::size_t) {
+      if (std::exchange(hasWaited, true)) return;
+      asksTheHeap.count_down();
+      hasForked.wait();
+      pool.compact();
+    });
+    std::array<void*, 1000> blocks{};
+    std::size_t count = 0;
+    while (!hasWaited) blocks.at(count++) = pool.allocate(kLargest);
+    for (void* block : blocks) pool.deallocate(block, kLargest);
+  });
+  asksTheHeap.wait();
+
+  EXPECT_EQ(exitStatusOfFork([&] {
+              pool.deallocate(pool.allocate(kLargest), kLargest);
+              pool.compact();
+              return 0;
+            }),
+            0);
+
+  hasForked.count_down();
+  user.join();
+}
+
 }  // namespace

@@ -27,9 +27,8 @@ const void* at(std::uintptr_t address) { return reinterpret_cast<const void*>(ad
 /// Ranges by number, looked up as the allocator does.
 class Ranges {
  public:
-  explicit Ranges(std::size_t length) : length_(length), map_(length) {}
+  Ranges(std::size_t length, std::size_t count) : length_(length), map_(length, 2 * count) {}
 
-  void reserve(std::size_t count) { map_.reserve(count); }
   void add(std::uintptr_t begin) {
     map_.insert(at(begin), begins_.size());
     begins_.push_back(begin);
@@ -50,17 +49,26 @@ class Ranges {
 };
 
 TEST(NumberSetTest, EmptySetHasNoFirst) {
-  NumberSet set;
-  EXPECT_EQ(set.first(77), 77u);
+  for (const std::size_t capacity : {0u, 1u, 64u, 65u, 300000u}) {
+    EXPECT_EQ(NumberSet(capacity).first(77), 77u) << capacity;
+  }
+}
 
-  set.reserve(1);
-  EXPECT_EQ(set.first(77), 77u);
+TEST(NumberSetTest, HoldsAtLeastWhatItIsFor) {
+  for (const std::size_t capacity : {1u, 63u, 64u, 65u, 4096u, 4097u, 262144u, 262145u}) {
+    NumberSet set(capacity);
+    EXPECT_GE(set.capacity(), capacity);
+
+    set.insert(set.capacity() - 1);
+    EXPECT_EQ(set.first(kNone), set.capacity() - 1);
+    set.insert(0);
+    EXPECT_EQ(set.first(kNone), 0u);
+  }
 }
 
 TEST(NumberSetTest, FirstIsTheLeastOnBothSidesOfEachLevel) {
   constexpr std::size_t kMany = std::size_t{1} << 25;
-  NumberSet set;
-  set.reserve(kMany);
+  NumberSet set(kMany);
   const std::size_t numbers[] = {
       kMany - 1, 1 << 24, (1 << 24) - 1, 1 << 18, (1 << 18) - 1, 4096, 4095, 64, 63, 0};
 
@@ -75,27 +83,17 @@ TEST(NumberSetTest, FirstIsTheLeastOnBothSidesOfEachLevel) {
   EXPECT_EQ(set.first(kNone), kNone);
 }
 
-TEST(NumberSetTest, RoomForMoreKeepsTheNumbers) {
-  NumberSet set;
-  set.reserve(65);
-  set.insert(64);
-
-  set.reserve(300000);
-
-  EXPECT_EQ(set.first(kNone), 64u);
-  set.insert(299999);
-  set.erase(64);
-  EXPECT_EQ(set.first(kNone), 299999u);
-}
-
 TEST(NumberSetTest, IsTheOrdinarySetInAnyOrder) {
   std::mt19937_64 random(testSeed());
-  NumberSet set;
+  NumberSet set(0);
   std::set<std::size_t> model;
   std::size_t room = 0;
 
   for (int step = 0; step < 100000; ++step) {
-    if (step % 10000 == 0) set.reserve(room = room * 3 + 50);
+    if (step % 10000 == 0) {
+      set = NumberSet(room = room * 3 + 50);
+      model.clear();
+    }
     const std::size_t number = random() % room;
     if (step % 30011 == 30010) {
       set.clear();
@@ -113,19 +111,17 @@ TEST(NumberSetTest, IsTheOrdinarySetInAnyOrder) {
 }
 
 TEST(RangeMapTest, EmptyMapFindsNothing) {
-  RangeMap map(4080);
-  EXPECT_EQ(map.candidate(at(4096)), kNone);
-
-  map.reserve(10);
-  EXPECT_EQ(map.candidate(at(4096)), kNone);
-  EXPECT_EQ(map.candidate(nullptr), kNone);
+  for (const std::size_t groups : {0u, 1u, 20u}) {
+    const RangeMap map(4080, groups);
+    EXPECT_EQ(map.candidate(at(4096)), kNone) << groups;
+    EXPECT_EQ(map.candidate(nullptr), kNone) << groups;
+  }
 }
 
 TEST(RangeMapTest, RangesEndBeforeTheirEnd) {
   for (const std::size_t length : {1u, 4u, 255u, 256u, 257u, 4080u, 131072u, 131073u, 4000000u}) {
     for (const std::uintptr_t begin : {0x10000000u, 0x10000010u, 0x1001FFF0u, 0x1FFFFFFFu}) {
-      Ranges ranges(length);
-      ranges.reserve(1);
+      Ranges ranges(length, 1);
       ranges.add(begin);
 
       EXPECT_EQ(ranges.find(begin - 1), kNone) << length;
@@ -141,11 +137,8 @@ TEST(RangeMapTest, RangesEndBeforeTheirEnd) {
 void expectRegularRangesFound(std::size_t length, std::uintptr_t distance) {
   constexpr std::size_t kRanges = 3000;
   constexpr std::uintptr_t kBegin = 0x7F0000000010;
-  Ranges ranges(length);
-  for (std::size_t i = 0; i < kRanges; ++i) {
-    ranges.reserve(i + 1);
-    ranges.add(kBegin + i * distance);
-  }
+  Ranges ranges(length, kRanges);
+  for (std::size_t i = 0; i < kRanges; ++i) ranges.add(kBegin + i * distance);
 
   for (std::size_t i = 0; i < kRanges; ++i) {
     const std::uintptr_t begin = kBegin + i * distance;
@@ -175,8 +168,7 @@ TEST(RangeMapTest, ScatteredRangesAreFoundInAnyOrder) {
   }
   std::shuffle(begins.begin(), begins.end(), random);
 
-  Ranges ranges(kLength);
-  ranges.reserve(begins.size());
+  Ranges ranges(kLength, begins.size());
   for (const std::uintptr_t begin : begins) ranges.add(begin);
 
   for (std::size_t i = 0; i < begins.size(); ++i) {
@@ -185,8 +177,7 @@ TEST(RangeMapTest, ScatteredRangesAreFoundInAnyOrder) {
 }
 
 TEST(RangeMapTest, ClearedMapIsEmptyAndHasRoom) {
-  Ranges ranges(16);
-  ranges.reserve(2);
+  Ranges ranges(16, 2);
   ranges.add(0x1008);
 
   ranges.clear();
@@ -198,14 +189,37 @@ TEST(RangeMapTest, ClearedMapIsEmptyAndHasRoom) {
 }
 
 TEST(RangeMapTest, MoreRangesThanItCanNumberAreRefused) {
-  RangeMap map(16);
+  const RangeMap map(16, 0);
 
-  EXPECT_THROW(map.reserve(kNone), std::bad_alloc);
+  EXPECT_THROW(map.groupsFor(kNone), std::bad_alloc);
+}
+
+TEST(RangeMapTest, NearRangesShareTheGroupsTheyNeed) {
+  RangeMap map(16, 2);
+  map.insert(at(0x1000), 0);
+  map.insert(at(0x1010), 1);
+
+  EXPECT_EQ(map.groupsFor(2), 1u);
+  EXPECT_EQ(map.groupsFor(3), 3u);
+}
+
+TEST(SegmentIndexTest, ThatIsFullWantsTwiceItsCapacity) {
+  SegmentIndex index(256, {1, 2});
+  const SegmentIndex::Capacity own = index.capacity();
+  EXPECT_EQ(index.capacityFor(1), own);
+  index.add(at(0x1000), 0);
+
+  const SegmentIndex::Capacity wanted = index.capacityFor(2);
+
+  EXPECT_EQ(wanted.segments, own.segments) << "a word has 64 bits";
+  EXPECT_EQ(wanted.groups, 2 * own.groups);
+  EXPECT_TRUE(wanted.covers(own));
+  EXPECT_FALSE(own.covers(wanted));
+  EXPECT_EQ(index.capacityFor(own.segments + 1).segments, 2 * own.segments);
 }
 
 TEST(SegmentIndexTest, KnowsSegmentsAndTheirRoomApart) {
-  SegmentIndex index(256);
-  index.reserve(2);
+  SegmentIndex index(256, {2, 4});
   index.add(at(0x1000), 0);
   index.add(at(0x3000), 1);
   EXPECT_EQ(index.firstWithRoom(), SegmentIndex::kNone);

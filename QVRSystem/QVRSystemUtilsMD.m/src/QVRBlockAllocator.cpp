@@ -1,9 +1,11 @@
 #include "QVRBlockAllocator.h"
 
 #include <algorithm>
+#include <memory>
 #include <new>
 #include <ostream>
 #include <string>
+#include <utility>
 
 #include "QVRAssert.h"
 #include "QVRFreeBlock.h"
@@ -13,10 +15,10 @@
 
 using qvr::internal::BiasedLock;
 using qvr::internal::BiasedLockGuard;
+using qvr::internal::currentThreadSerial;
 using qvr::internal::markFree;
 using qvr::internal::markNew;
 using qvr::internal::markUsable;
-using qvr::internal::newVector;
 using qvr::internal::SegmentIndex;
 using qvr::internal::ShortSection;
 
@@ -47,19 +49,38 @@ constexpr std::size_t reciprocalOf(std::size_t blockSize) {
   return blockSize <= kSegmentBytes ? (std::size_t{1} << kReciprocalBits) / blockSize + 1 : 0;
 }
 
-struct HeapDelete {
+}  // namespace
+
+struct QVRBlockAllocator::HeapDelete {
   void operator()(unsigned char* storage) const { ::operator delete(storage); }
 };
-using Storage = std::unique_ptr<unsigned char, HeapDelete>;
 
-}  // namespace
+// What a new segment takes, asked for while the lock is free; and what it has replaced,
+// given back when the lock is free again.
+struct [[gnu::visibility("hidden")]] QVRBlockAllocator::Growth {
+  // Asks for what makeRoom() said.
+  void fetch(std::size_t segmentBytes);
+  bool hasFetched() const;
+
+  Storage storage;
+  std::size_t arrayCapacity = 0;
+  SegmentIndex::Capacity indexCapacity{};
+  std::vector<Segment> segments{};
+  std::unique_ptr<SegmentIndex> index{};
+};
+
+// The storage of a segment to be freed, of 255 bytes at least, threaded through itself:
+// there is no other memory.
+struct QVRBlockAllocator::Unused {
+  Unused* next;
+};
 
 QVRBlockAllocator::QVRBlockAllocator(std::size_t blockSize)
     : blockSize_(blockSize),
       blockCount_(blocksPerSegment(blockSize)),
       segmentBytes_(blockSize_ * blockCount_),
       reciprocal_(reciprocalOf(blockSize)),
-      index_(std::make_unique<SegmentIndex>(segmentBytes_)) {
+      index_(std::make_unique<SegmentIndex>(segmentBytes_, SegmentIndex::Capacity{})) {
   segments_.reserve(kReservedSegments);
 }
 
@@ -104,9 +125,19 @@ void QVRBlockAllocator::deallocate(void* memory) {
 }
 
 [[gnu::noinline]] void* QVRBlockAllocator::allocateSlowly() {
-  const ShortSection section;
-  const BiasedLockGuard guard(lock_);
-  if (allocationSegment_ == nullptr || allocationSegment_->free == 0) findFreeSegment();
+  {
+    const ShortSection section;
+    const BiasedLockGuard guard(lock_);
+    if (hasRoom() || findFreeSegment()) return takeBlock();
+  }
+  return allocateFromNewSegment();
+}
+
+bool QVRBlockAllocator::hasRoom() const {
+  return allocationSegment_ != nullptr && allocationSegment_->free != 0;
+}
+
+void* QVRBlockAllocator::takeBlock() {
   unsigned char* const block = take(*allocationSegment_);
   if (allocationSegment_->free == 0) noteRoom(*allocationSegment_);
   return block;
@@ -160,17 +191,26 @@ inline void QVRBlockAllocator::putBack(Segment& segment, unsigned char* block) c
 }
 
 void QVRBlockAllocator::compact() {
+  for (Unused* unused = removeUnused(); unused != nullptr;) {
+    ::operator delete(std::exchange(unused, unused->next));
+  }
+}
+
+// The storage goes back to the heap without the lock, as it came from there.
+QVRBlockAllocator::Unused* QVRBlockAllocator::removeUnused() {
   const ShortSection section;
   const BiasedLockGuard guard(lock_);
-  const std::size_t before = segments_.size();
-  std::erase_if(segments_, [this](const Segment& segment) {
-    const bool unused = segment.free == blockCount_;
-    if (unused) freeStorage(segment);
-    return unused;
+  Unused* removed = nullptr;
+  std::erase_if(segments_, [this, &removed](const Segment& segment) {
+    if (segment.free != blockCount_) return false;
+    markUsable(segment.begin, segmentBytes_);
+    removed = new (segment.begin) Unused{removed};
+    return true;
   });
-  if (segments_.size() != before) renewIndex();
+  if (removed != nullptr) renewIndex();
   allocationSegment_ = segments_.empty() ? nullptr : &segments_.back();
   deallocationSegment_ = segments_.empty() ? nullptr : &segments_.front();
+  return removed;
 }
 
 // Numbers as texts: decimal, whatever the stream's base and the digits of its locale.
@@ -186,11 +226,15 @@ void QVRBlockAllocator::dump(std::ostream& out) const {
   }
 }
 
-[[gnu::noinline]] void QVRBlockAllocator::findFreeSegment() {
+bool QVRBlockAllocator::findFreeSegment() {
   const std::size_t number = index_->firstWithRoom();
-  if (number == SegmentIndex::kNone) return addSegment();
+  if (number == SegmentIndex::kNone) {
+    grower_ = currentThreadSerial();
+    return false;
+  }
   allocationSegment_ = &segments_[number];
   if (allocationSegment_->free == blockCount_) fetchBlocks();
+  return true;
 }
 
 // The list of free blocks tells where a block lies only when the one before has come into
@@ -222,37 +266,68 @@ inline std::size_t QVRBlockAllocator::blockNumber(const Segment& segment,
   return reciprocal_ != 0 ? offset * reciprocal_ >> kReciprocalBits : offset / blockSize_;
 }
 
-void QVRBlockAllocator::addSegment() {
+// The heap is asked without the lock: whoever answers for it may wait for other threads,
+// or take locks of its own.
+void* QVRBlockAllocator::allocateFromNewSegment() {
+  Growth growth{newStorage()};
+  void* block = nullptr;
+  while ((block = tryAllocate(growth)) == nullptr) growth.fetch(segmentBytes_);
+  return block;
+}
+
+auto QVRBlockAllocator::newStorage() const -> Storage {
   if (segmentBytes_ / blockCount_ != blockSize_) throw std::bad_alloc();
   Storage storage(static_cast<unsigned char*>(::operator new(segmentBytes_)));
-  const std::vector<Segment> outgrown = makeRoom();
-  unsigned char* const begin = storage.release();
   for (std::size_t i = 0; i < blockCount_; ++i) {
-    begin[i * blockSize_] = static_cast<unsigned char>(i + 1);
+    storage.get()[i * blockSize_] = static_cast<unsigned char>(i + 1);
   }
+  return storage;
+}
+
+// Only another thread's segments can make the new one needless: what this thread itself
+// did meanwhile, in a new-handler, it did knowing that a segment was on its way.
+void* QVRBlockAllocator::tryAllocate(Growth& growth) {
+  const ShortSection section;
+  const BiasedLockGuard guard(lock_);
+  if (grower_ != currentThreadSerial() && (hasRoom() || findFreeSegment())) return takeBlock();
+  if (!makeRoom(growth)) return nullptr;
+  addSegment(growth.storage.release());
+  return takeBlock();
+}
+
+// @return whether there is room for one more segment in the array and in the index.
+bool QVRBlockAllocator::makeRoom(Growth& growth) {
+  const std::size_t needed = segments_.size() + 1;
+  const std::size_t capacity = segments_.capacity();
+  growth.arrayCapacity = needed <= capacity ? capacity : 2 * needed;
+  growth.indexCapacity = index_->capacityFor(needed);
+  if (growth.arrayCapacity == capacity && growth.indexCapacity == index_->capacity()) return true;
+  if (!growth.hasFetched()) return false;
+  growth.segments.assign(segments_.begin(), segments_.end());
+  segments_.swap(growth.segments);
+  index_.swap(growth.index);
+  renewIndex();
+  return true;
+}
+
+void QVRBlockAllocator::Growth::fetch(std::size_t segmentBytes) {
+  std::vector<Segment>().swap(segments);
+  segments.reserve(arrayCapacity);
+  index = std::make_unique<SegmentIndex>(segmentBytes, indexCapacity);
+}
+
+bool QVRBlockAllocator::Growth::hasFetched() const {
+  return index != nullptr && segments.capacity() >= arrayCapacity &&
+         index->capacity().covers(indexCapacity);
+}
+
+void QVRBlockAllocator::addSegment(unsigned char* begin) {
   markFree(begin, segmentBytes_);
   segments_.push_back({begin, static_cast<std::uint8_t>(blockCount_), 0});
   enter(segments_.back());
   allocationSegment_ = &segments_.back();
   deallocationSegment_ = &segments_.front();
-}
-
-// Whoever answers for the heap may use this allocator meanwhile, as a new-handler does
-// that frees or compacts: so the array is left alone until both have their room, and the
-// old one lasts until nothing points into it.
-std::vector<QVRBlockAllocator::Segment> QVRBlockAllocator::makeRoom() {
-  std::vector<Segment> array;
-  std::size_t needed = 0;
-  do {
-    needed = segments_.size() + 1;
-    if (segments_.capacity() < needed) array = newVector<Segment>(2 * needed);
-    index_->reserve(needed);
-  } while (segments_.size() >= needed);
-  if (segments_.capacity() < needed) {
-    array.assign(segments_.begin(), segments_.end());
-    segments_.swap(array);
-  }
-  return array;
+  grower_ = currentThreadSerial();
 }
 
 void QVRBlockAllocator::enter(const Segment& segment) {

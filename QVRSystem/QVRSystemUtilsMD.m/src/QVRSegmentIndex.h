@@ -11,36 +11,21 @@
 
 namespace qvr::internal {
 
-/// @return that many default values.
-///
-/// A new-handler may change the caller's data meanwhile. Compilers take it that memory is
-/// found without a change to what they can see: so they see only a call.
-template <class T>
-[[gnu::noinline]] std::vector<T> newVector(std::size_t size) {
-  return std::vector<T>(size);
-}
-
-/// @return room for that many, as newVector().
-template <class T>
-[[gnu::noinline]] std::vector<T> newRoom(std::size_t capacity) {
-  std::vector<T> room;
-  room.reserve(capacity);
-  return room;
-}
-
 /// A set of small numbers that knows its least one: a bit for each number, above them
 /// a bit for each word that is not 0, and so on.
 ///
 /// Changes and questions cost a step per level.
 class NumberSet {
  public:
-  /// Makes room for the numbers below `count`. @throws std::bad_alloc; nothing changes.
-  void reserve(std::size_t count) {
+  /// For the numbers below `capacity`. @throws std::bad_alloc
+  explicit NumberSet(std::size_t capacity) {
     for (Level& level : levels_) {
-      count = (count + kBits - 1) / kBits;
-      if (level.size() < count) grow(level, std::max(count, 2 * level.size()));
+      capacity = (capacity + kBits - 1) / kBits;
+      level.resize(capacity);
     }
   }
+
+  std::size_t capacity() const noexcept { return levels_.front().size() * kBits; }
 
   void insert(std::size_t number) noexcept {
     for (Level& level : levels_) {
@@ -82,14 +67,6 @@ class NumberSet {
 
   using Level = std::vector<std::uint64_t>;
 
-  static void grow(Level& level, std::size_t size) {
-    Level larger = newVector<std::uint64_t>(size);
-    // A new-handler may have come here before.
-    if (size <= level.size()) return;
-    std::copy(level.begin(), level.end(), larger.begin());
-    level.swap(larger);
-  }
-
   static std::uint64_t bitOf(std::size_t number) noexcept {
     return std::uint64_t{1} << (number % kBits);
   }
@@ -110,30 +87,28 @@ class RangeMap {
   static constexpr std::size_t kNone = UINT32_MAX;
 
   /// @param length of every range, in bytes; not 0.
-  explicit RangeMap(std::size_t length) noexcept
-      : length_(length), pageShift_(static_cast<int>(std::bit_width(length)) - 1) {}
-
-  /// Makes room for so many ranges. @throws std::bad_alloc; nothing changes.
-  void reserve(std::size_t count) {
-    if (count >= kNone) throw std::bad_alloc();
-    if (count <= count_) return;
-    const std::size_t most = groups_.size() + kMostGroups * (count - count_);
-    if (most <= groups_.capacity()) return;
-    auto groups = newRoom<Group>(std::max(most, 2 * groups_.capacity()));
-    auto entries = newVector<Entry>(std::bit_ceil(2 * groups.capacity()));
-    // A new-handler may have come here before.
-    if (groups.capacity() <= groups_.capacity()) return;
-    groups.assign(groups_.begin(), groups_.end());
-    groups.swap(groups_);
-    entries.swap(entries_);
-    mask_ = entries_.size() - 1;
-    hashShift_ = 64 - static_cast<int>(std::bit_width(mask_));
-    for (const Entry& entry : entries) {
-      if (entry.key != kFree) entries_[slotFor(entry.key)] = entry;
-    }
+  /// @param groups that there is room for.
+  /// @throws std::bad_alloc
+  RangeMap(std::size_t length, std::size_t groups)
+      : length_(length),
+        pageShift_(static_cast<int>(std::bit_width(length)) - 1),
+        entries_(groups != 0 ? std::bit_ceil(2 * groups) : 0),
+        mask_(entries_.size() - 1),
+        hashShift_(64 - static_cast<int>(std::bit_width(mask_))) {
+    groups_.reserve(groups);
   }
 
-  /// Needs room for one more, and a number below that of the room.
+  /// How many groups there is room for.
+  std::size_t capacity() const noexcept { return groups_.capacity(); }
+
+  /// How many groups so many ranges may need: these and any others. @throws std::bad_alloc
+  ///   where they cannot be numbered.
+  std::size_t groupsFor(std::size_t count) const {
+    if (count >= kNone) throw std::bad_alloc();
+    return groups_.size() + kMostGroups * (count - std::min(count, count_));
+  }
+
+  /// Needs room for the groups of one more.
   void insert(const void* begin, std::size_t number) noexcept {
     const auto first = reinterpret_cast<std::uintptr_t>(begin);
     const std::uintptr_t last = pageOf(first + length_ - 1);
@@ -209,10 +184,10 @@ class RangeMap {
   const std::size_t length_;
   const int pageShift_;
   std::size_t count_ = 0;
-  std::vector<Group> groups_;   // their capacity is what there is room for
+  std::vector<Group> groups_;
   std::vector<Entry> entries_;  // a power of two, or none
-  std::size_t mask_ = 0;        // of their numbers
-  int hashShift_ = 0;           // to as many bits
+  const std::size_t mask_;      // of their numbers
+  const int hashShift_;         // to as many bits
 };
 
 /// Where the blocks of a block allocator lie, and which of its segments have room.
@@ -220,15 +195,31 @@ class SegmentIndex {
  public:
   static constexpr std::size_t kNone = RangeMap::kNone;
 
-  explicit SegmentIndex(std::size_t segmentLength) noexcept : ranges_(segmentLength) {}
+  /// What there is room for.
+  struct Capacity {
+    std::size_t segments = 0;
+    std::size_t groups = 0;  // of the RangeMap
 
-  /// Makes room for so many segments. @throws std::bad_alloc; nothing changes.
-  void reserve(std::size_t count) {
-    ranges_.reserve(count);
-    withRoom_.reserve(count);
+    bool operator==(const Capacity&) const = default;
+    bool covers(const Capacity& other) const noexcept {
+      return segments >= other.segments && groups >= other.groups;
+    }
+  };
+
+  /// @throws std::bad_alloc
+  SegmentIndex(std::size_t segmentLength, const Capacity& capacity)
+      : ranges_(segmentLength, capacity.groups), withRoom_(capacity.segments) {}
+
+  Capacity capacity() const noexcept { return {withRoom_.capacity(), ranges_.capacity()}; }
+
+  /// @return the capacity of an index that has these segments and is to have so many: its
+  ///   own if that will do. @throws std::bad_alloc where they cannot be numbered.
+  Capacity capacityFor(std::size_t count) const {
+    return {grown(withRoom_.capacity(), count),
+            grown(ranges_.capacity(), ranges_.groupsFor(count))};
   }
 
-  /// Needs room for one more.
+  /// Needs capacity for one more.
   void add(const void* begin, std::size_t number) noexcept { ranges_.insert(begin, number); }
 
   void clear() noexcept {
@@ -245,6 +236,10 @@ class SegmentIndex {
   std::size_t candidate(const void* address) const noexcept { return ranges_.candidate(address); }
 
  private:
+  static std::size_t grown(std::size_t capacity, std::size_t needed) noexcept {
+    return needed <= capacity ? capacity : std::max(needed, 2 * capacity);
+  }
+
   RangeMap ranges_;
   NumberSet withRoom_;
 };
