@@ -56,7 +56,7 @@ bool equalsIgnoringCase(std::string_view text, std::string_view lowerCase) {
 constinit QVRPoolAllocator* QVRPoolAllocator::global_ = nullptr;
 
 // The creation lock guards which buckets the process-wide pool has.
-struct QVRPoolAllocator::ForkedBuckets {
+struct [[gnu::visibility("hidden")]] QVRPoolAllocator::ForkedBuckets {
   static const ForkLock locks;
 
   static void forEach(const ForkLock::Action& action) {
