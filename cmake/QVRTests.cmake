@@ -6,7 +6,7 @@
 #                 LIBRARIES <what else they link>)
 #
 # Test code is not optimised: it is most of what there is to compile, and little of
-# what runs.
+# what runs. A user's setting that switches the pool off is not theirs.
 function(qvr_add_tests name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;SEAM_SOURCES;LIBRARIES")
 
@@ -37,5 +37,6 @@ endfunction()
 
 function(qvr_discover_tests target prefix)
   gtest_discover_tests(${target} TEST_PREFIX "${prefix}" DISCOVERY_TIMEOUT 120
-    PROPERTIES TIMEOUT 600 ENVIRONMENT "${QVR_TEST_ENVIRONMENT}")
+    PROPERTIES TIMEOUT 600 ENVIRONMENT "${QVR_TEST_ENVIRONMENT}"
+      ENVIRONMENT_MODIFICATION "QVRPoolAllocator=unset:")
 endfunction()
