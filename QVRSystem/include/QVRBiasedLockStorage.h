@@ -1,4 +1,7 @@
 // What a lock that is biased towards one thread consists of.
+//
+// Public only because objects that contain one are of a size that callers need to know:
+// nothing here is for them.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +12,7 @@
 namespace qvr::internal {
 
 /// Belongs to `qvr::internal::BiasedLock` inside the library, which alone reads and
-/// writes it. Public for the sake of its size.
+/// writes it.
 struct QVR_CAPABILITY("mutex") BiasedLockStorage {
   static constexpr std::uint64_t kNobody = UINT64_MAX;
 

@@ -33,7 +33,8 @@ class SegmentIndex;
 /// @par Cost
 /// allocate() and deallocate() are constant on average, however many segments
 /// there are; compact() is linear in their number, or in the largest that it has been
-/// where it frees any.
+/// where it frees any. As long as one thread uses an allocator, it takes the lock without
+/// atomic operations; the first other thread ends that for good.
 class QVRSYSTEM_API QVRBlockAllocator {
  public:
   /// Makes no segment yet.

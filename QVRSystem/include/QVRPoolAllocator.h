@@ -29,7 +29,8 @@
 /// Any thread may call any operation but dump(). The destructor is one thread's, after
 /// all other calls.
 /// @par Cost
-/// As QVRBlockAllocator; each class of sizes has a lock of its own.
+/// As QVRBlockAllocator; each class of sizes has a lock of its own. In the process-wide
+/// pool a fork counts as a use, by the thread that forks, of each class in use.
 class QVRSYSTEM_API QVRPoolAllocator {
  public:
   /// Makes the block allocators, without any segment.

@@ -52,10 +52,6 @@ class QVRSYSTEM_API RecursiveLock {
     return true;
   }
 
-  bool isHeldByCaller() const noexcept {
-    return holder().load(std::memory_order_relaxed) == knownThreadId();
-  }
-
   /// Makes the lock free, whoever held it.
   void reset() noexcept;
 

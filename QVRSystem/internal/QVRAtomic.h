@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 
 #include "QVRAtomicAccess.h"
 #include "QVRSystem/platform/QVRPlatformThread.h"
@@ -24,6 +25,11 @@ inline void waitWhile(std::uint32_t& word, std::uint32_t expected) noexcept {
 
 /// Wakes one thread that sleeps on `word`, if there is one.
 inline void wakeOne(std::uint32_t* word) noexcept { platform::wake(word, 1); }
+
+/// Wakes all threads that sleep on `word`.
+inline void wakeAll(std::uint32_t* word) noexcept {
+  platform::wake(word, std::numeric_limits<int>::max());
+}
 
 inline void yield() noexcept { platform::yield(); }
 

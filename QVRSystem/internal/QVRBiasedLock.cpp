@@ -38,9 +38,17 @@ void BiasedLock::releaseShared(BiasedLockStorage& storage) noexcept {
 }
 
 void BiasedLock::keepOthersOut() noexcept {
-  if (!shared().isHeldByCaller() || isOwn()) return;
+  if (isOwn()) return;
   revoke();
   waitForOwner();
+}
+
+// None of them holds the lock. But an owner says that it is inside before it finds that its
+// bias is revoked, and in the copy of that moment nobody takes it back.
+void BiasedLock::forgetOthers() noexcept {
+  if (isOwn()) return;
+  inside().store(0, std::memory_order_relaxed);
+  owner().store(BiasedLockStorage::kNobody, std::memory_order_relaxed);
 }
 
 void BiasedLock::becomeOwner() noexcept {
@@ -63,8 +71,6 @@ void BiasedLock::waitForOwner() noexcept {
   while (const std::uint32_t holds = inside().load(std::memory_order_acquire)) {
     waitWhile(storage_.inside, holds);
   }
-  // The owner wakes one thread; each that waited wakes the next.
-  wakeOne(&storage_.inside);
 }
 
 // An owner whose bias was revoked need not look for it any more.
@@ -72,6 +78,7 @@ void BiasedLock::leaveForGood() noexcept {
   owner().store(BiasedLockStorage::kNobody, std::memory_order_relaxed);
 }
 
-void BiasedLock::wakeWaiter(BiasedLockStorage& storage) noexcept { wakeOne(&storage.inside); }
+// All of them, once in the life of a lock: one alone might be stopped before it wakes the next.
+void BiasedLock::wakeWaiters(BiasedLockStorage& storage) noexcept { wakeAll(&storage.inside); }
 
 }  // namespace qvr::internal

@@ -25,7 +25,9 @@ namespace qvr::internal {
 /// the owner wrote before that barrier says that it is inside, and is seen: then it
 /// is waited for. Or the owner looks at the use after it, finds it shared, and leaves
 /// again. A bias that was revoked never returns: a thread that was about to look could
-/// not tell the new one from the old. Nested holds are taken as the outermost was.
+/// not tell the new one from the old. What the owner takes inside a hold by its bias
+/// goes by the bias too, even if that has been revoked meanwhile; so does what it takes
+/// inside the shared hold with which it became the owner, where nobody can revoke it.
 ///
 /// The use and the owner change under the shared lock. There is no bias where the
 /// system has no such barrier. An owner that has ended is outside, and its serial is
@@ -101,16 +103,20 @@ class BiasedLock {
 
   void leave(std::uint32_t outer) noexcept {
     if (tryLeave(outer)) return;
-    wakeWaiter(storage_);
+    wakeWaiters(storage_);
     endShortSection(outer);
   }
 
   /// The part of the lock that a fork takes and gives back.
   RecursiveLock shared() const noexcept { return RecursiveLock(storage_.shared); }
 
-  /// Lets nobody in by a bias but the caller, if the caller holds the shared lock:
-  /// what a fork does before it, since the child has no other thread that would leave.
+  /// Ends another thread's bias and waits until that one is not inside by it. The caller
+  /// holds the shared lock, and is alone as long as it does.
   void keepOthersOut() noexcept;
+
+  /// In the child of a fork before which others were kept out: takes back what they said
+  /// that they are inside. The caller holds the shared lock.
+  void forgetOthers() noexcept;
 
  private:
   enum Use : std::uint32_t { kUnused, kBiased, kShared };
@@ -120,7 +126,7 @@ class BiasedLock {
   // Given the storage, not the object, which so need not be in memory.
   static void acquireShared(BiasedLockStorage& storage) noexcept;
   static void releaseShared(BiasedLockStorage& storage) noexcept;
-  static void wakeWaiter(BiasedLockStorage& storage) noexcept;
+  static void wakeWaiters(BiasedLockStorage& storage) noexcept;
 
   bool isOwn() const noexcept {
     return owner().load(std::memory_order_relaxed) == knownThreadSerial();
@@ -139,7 +145,7 @@ class BiasedLock {
     inside().store(hold - 1, std::memory_order_release);
     std::atomic_signal_fence(std::memory_order_seq_cst);
     if (use().load(std::memory_order_relaxed) != kBiased) [[unlikely]]
-      wakeWaiter(storage_);
+      wakeWaiters(storage_);
   }
 
   void becomeOwner() noexcept;

@@ -36,28 +36,55 @@ constinit ForkLock* ForkLockList::first_ = nullptr;
 
 namespace {
 
-void acquireAll() {
-  ForkLockList::forEach([](RecursiveLock lock) { lock.acquire(); });
-}
+/// Before the fork: leaves nobody inside who would be missing in the child.
+class Acquire final : public ForkLock::Action {
+ public:
+  void operator()(RecursiveLock lock) const noexcept override { lock.acquire(); }
+  void operator()(BiasedLock lock) const noexcept override {
+    lock.shared().acquire();
+    lock.keepOthersOut();
+  }
+};
+
+/// After it, in the parent and at last in the child.
+class Release final : public ForkLock::Action {
+ public:
+  void operator()(RecursiveLock lock) const noexcept override { lock.release(); }
+  void operator()(BiasedLock lock) const noexcept override { lock.shared().release(); }
+};
+
+/// In the child: its only thread has another identifier than the one it was made from.
+/// Locks that the caller held when it forked stay the caller's.
+class HandOver final : public ForkLock::Action {
+ public:
+  HandOver(std::uint32_t before, std::uint32_t now) : before_(before), now_(now) {}
+
+  void operator()(RecursiveLock lock) const noexcept override { lock.restamp(before_, now_); }
+  void operator()(BiasedLock lock) const noexcept override {
+    lock.shared().restamp(before_, now_);
+    lock.forgetOthers();
+  }
+
+ private:
+  const std::uint32_t before_;
+  const std::uint32_t now_;
+};
+
+void prepare() { ForkLockList::forEach(Acquire()); }
 
 // Highest rank first: what a lock guards may be the locks after it.
-void releaseAll() {
-  ForkLockList::forEachBackwards([](RecursiveLock lock) { lock.release(); });
-}
+void continueInParent() { ForkLockList::forEachBackwards(Release()); }
 
-// The only thread of the child has another identifier than the one it was made
-// from; locks that the caller held when it forked stay the caller's.
 void continueInChild() {
   const std::uint32_t before = currentThreadId();
-  const std::uint32_t now = refreshThreadId();
-  ForkLockList::forEach([&](RecursiveLock lock) { lock.restamp(before, now); });
-  releaseAll();
+  ForkLockList::forEach(HandOver(before, refreshThreadId()));
+  ForkLockList::forEachBackwards(Release());
 }
 
 // Failing to register is a lack of memory while the library is loaded; then a
 // child is no worse off than with any library that has no handlers.
 [[maybe_unused]] const int registered =
-    platform::atFork(&acquireAll, &releaseAll, &continueInChild);
+    platform::atFork(&prepare, &continueInParent, &continueInChild);
 
 }  // namespace
 

@@ -1,9 +1,8 @@
 // The locks that are free and consistent in the child of a fork.
 #pragma once
 
-#include <functional>
-
 #include "QVRRecursiveLock.h"
+#include "QVRSystem/internal/QVRBiasedLock.h"
 
 namespace qvr::internal {
 
@@ -25,7 +24,16 @@ enum class ForkRank {
 /// which must last as long as the process; it is never taken off.
 class ForkLock {
  public:
-  using Action = std::function<void(RecursiveLock)>;
+  /// What a fork does to each lock: one thing before it, others after it.
+  class Action {
+   public:
+    virtual void operator()(RecursiveLock lock) const noexcept = 0;
+    virtual void operator()(BiasedLock lock) const noexcept = 0;
+
+   protected:
+    ~Action() = default;
+  };
+
   using ForEach = void (*)(const Action& action);
 
   /// @param nativeLock what getNativeLock() of the lock answers.

@@ -200,13 +200,40 @@ TEST(QVRBiasedLockTest, WhoeverHoldsTheSharedLockCanKeepTheOwnerOut) {
   const std::uint32_t biased = storage.use;
   BiasedLock lock(storage);
 
+  lock.shared().acquire();
   lock.keepOthersOut();
-  EXPECT_EQ(storage.use, biased);
+  lock.shared().release();
+
+  EXPECT_NE(storage.use, biased);
+}
+
+TEST(QVRBiasedLockTest, OwnerThatIsForgottenInsideIsNotWaitedFor) {
+  BiasedLockStorage storage;
+  std::thread([&] { isBiased(storage); }).join();
+  BiasedLock lock(storage);
 
   lock.shared().acquire();
   lock.keepOthersOut();
-  EXPECT_NE(storage.use, biased);
+  storage.inside = 1;
+  lock.forgetOthers();
   lock.shared().release();
+
+  EXPECT_FALSE(isBiased(storage));
+}
+
+TEST(QVRBiasedLockTest, OwnerThatForgetsOthersKeepsItsHoldsAndItsBias) {
+  BiasedLockStorage storage;
+  isBiased(storage);
+  BiasedLock lock(storage);
+  const BiasedLock::Hold hold = lock.acquire();
+
+  lock.shared().acquire();
+  lock.forgetOthers();
+  lock.shared().release();
+
+  EXPECT_EQ(storage.inside, 1u);
+  lock.release(hold);
+  EXPECT_TRUE(isBiased(storage));
 }
 
 TEST(QVRBiasedLockTest, OwnerThatKeepsOthersOutKeepsItsBias) {

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <deque>
 #include <thread>
+#include <utility>
 
 #include "QVRSysFastMutexLock.h"
 #include "QVRSysThreadId.h"
@@ -14,6 +15,9 @@
 
 namespace {
 
+using qvr::internal::BiasedLock;
+using qvr::internal::BiasedLockGuard;
+using qvr::internal::BiasedLockStorage;
 using qvr::internal::ForkLock;
 using qvr::internal::ForkRank;
 using qvr::internal::RecursiveLock;
@@ -35,6 +39,16 @@ std::deque<QVRSysFastMutexLock> made;
 const ForkLock makerHandled(ForkRank::PoolCreation, makerLock.getNativeLock());
 const ForkLock madeHandled(ForkRank::PoolBuckets, [](const ForkLock::Action& action) {
   for (QVRSysFastMutexLock& lock : made) action(nativeOf(lock));
+});
+
+// A biased lock, and what its owner may do between the operation on it before a fork
+// and the fork: find its bias revoked, inside for a moment.
+BiasedLockStorage biased;
+const ForkLock biasedHandled(ForkRank::PoolBuckets,
+                             [](const ForkLock::Action& action) { action(BiasedLock(biased)); });
+bool ownerLooksDuringTheFork = false;
+const ForkLock ownerHandled(ForkRank::PoolBuckets, [](const ForkLock::Action&) {
+  if (std::exchange(ownerLooksDuringTheFork, false)) biased.inside = 1;
 });
 
 TEST(QVRForkTest, ChildFindsLocksFreeThatOtherThreadsWereUsing) {
@@ -114,6 +128,37 @@ TEST(QVRForkTest, ChildFindsLocksFreeThatWereMadeMeanwhile) {
   stop = true;
   maker.join();
   made.clear();
+}
+
+TEST(QVRForkTest, ChildDoesNotWaitForAnOwnerThatItDoesNotHave) {
+  std::thread([] { const BiasedLockGuard guard(biased); }).join();
+  ownerLooksDuringTheFork = true;
+
+  EXPECT_EQ(exitStatusOfFork([] {
+              const BiasedLockGuard guard(biased);
+              return 0;
+            }),
+            0);
+
+  EXPECT_EQ(biased.inside, 1u);
+  biased = {};
+}
+
+TEST(QVRForkTest, ChildKeepsTheBiasOfItsThread) {
+  BiasedLock lock(biased);
+  lock.release(lock.acquire());
+  const BiasedLock::Hold outermost = lock.acquire();
+
+  const auto nests = [&] {
+    const BiasedLock::Hold nested = lock.acquire();
+    lock.release(nested);
+    return nested == outermost + 1;
+  };
+  EXPECT_EQ(exitStatusOfFork([&] { return nests() ? 0 : 1; }), 0);
+
+  EXPECT_TRUE(nests());
+  lock.release(outermost);
+  biased = {};
 }
 
 }  // namespace

@@ -218,6 +218,12 @@ bool Execution::wakeOne(const void* address) {
   return true;
 }
 
+bool Execution::wakeAll(const void* address) {
+  const ThreadSet sleepers = sleepersAt(address) & ~awake_;
+  awake_ |= sleepers;
+  return sleepers != 0;
+}
+
 void Execution::sleepAgain(const void* address) { awake_ &= ~sleepersAt(address); }
 
 void Execution::checkInvariants() {
@@ -265,7 +271,7 @@ void sleepOn(const void* address) noexcept { Execution::instance().sleepOn(addre
 
 bool wakeOne(const void* address) noexcept { return Execution::instance().wakeOne(address); }
 
-void wakeAll(const void* address) noexcept { Execution::instance().wakeAll(address); }
+bool wakeAll(const void* address) noexcept { return Execution::instance().wakeAll(address); }
 
 void sleepAgain(const void* address) noexcept { Execution::instance().sleepAgain(address); }
 

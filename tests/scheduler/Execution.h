@@ -46,7 +46,7 @@ class Execution {
   void note(std::uint64_t before, std::uint64_t after) noexcept { trace_.note(before, after); }
   void sleepOn(const void* address);
   bool wakeOne(const void* address);
-  void wakeAll(const void* address) { awake_ |= sleepersAt(address); }
+  bool wakeAll(const void* address);
   void sleepAgain(const void* address);
   void yieldToOthers();
   bool happensForNoReason() { return strategy_->happensForNoReason(); }

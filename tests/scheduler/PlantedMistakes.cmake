@@ -44,11 +44,10 @@ qvr_planted_mistake(PlantedOwnerNotWaitedFor FOUND_BY QVRBiasedLock/
   IN internal/QVRBiasedLock.cpp
   LINE "  while (lock.inside().load(std::memory_order_acquire) != 0) {"
   BECOMES "  if (lock.inside().load(std::memory_order_acquire) > 9) {")
-qvr_planted_mistake(PlantedOneWaiterWoken FOUND_BY QVRBiasedLock/manyRevoke
+qvr_planted_mistake(PlantedOneWaiterWoken FOUND_BY QVRBiasedLock/
   IN internal/QVRBiasedLock.cpp
-  LINE "  // The owner wakes one thread; each that waited wakes the next.
-  wakeOne(&storage_.inside);"
-  BECOMES "")
+  LINE "void BiasedLock::wakeWaiters(BiasedLockStorage& storage) noexcept { wakeAll(&storage.inside); }"
+  BECOMES "void BiasedLock::wakeWaiters(BiasedLockStorage& storage) noexcept { wakeOne(&storage.inside); }")
 qvr_planted_mistake(PlantedOwnerDoesNotLook FOUND_BY QVRBiasedLock/briefHolds
   IN internal/QVRBiasedLock.h COMPILED_IN internal/QVRBiasedLock.cpp
   SCENARIOS QVRBiasedLockScenarios.cpp

@@ -45,7 +45,8 @@ void sleepOn(const void* address) noexcept;
 bool wakeOne(const void* address) noexcept;
 
 /// Wakes those that sleep at the address.
-void wakeAll(const void* address) noexcept;
+/// @return whether there was one.
+bool wakeAll(const void* address) noexcept;
 
 /// Keeps those that sleep at the address and were woken from running after all,
 /// unless they ran already.

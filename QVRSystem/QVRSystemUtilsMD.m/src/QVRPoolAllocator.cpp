@@ -61,11 +61,7 @@ struct [[gnu::visibility("hidden")]] QVRPoolAllocator::ForkedBuckets {
 
   static void forEach(const ForkLock::Action& action) {
     if (global_ == nullptr) return;
-    for (QVRBlockAllocator* bucket : global_->buckets_) {
-      BiasedLock lock(bucket->lock_);
-      action(lock.shared());
-      lock.keepOthersOut();
-    }
+    for (QVRBlockAllocator* bucket : global_->buckets_) action(BiasedLock(bucket->lock_));
   }
 };
 

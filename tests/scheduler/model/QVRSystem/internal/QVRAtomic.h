@@ -30,6 +30,13 @@ inline void wakeOne(std::uint32_t* word) noexcept {
   scheduler::note(woke, woke);
 }
 
+inline void wakeAll(std::uint32_t* word) noexcept {
+  if (!scheduler::onThread()) return;
+  scheduler::point(scheduler::Operation::Wake, word);
+  const bool woke = scheduler::wakeAll(word);
+  scheduler::note(woke, woke);
+}
+
 inline void relax() noexcept {}
 
 inline void yield() noexcept {
