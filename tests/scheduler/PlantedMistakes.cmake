@@ -44,6 +44,17 @@ qvr_planted_mistake(PlantedOwnerNotWaitedFor FOUND_BY QVRBiasedLock/
   IN internal/QVRBiasedLock.cpp
   LINE "  while (lock.inside().load(std::memory_order_acquire) != 0) {"
   BECOMES "  if (lock.inside().load(std::memory_order_acquire) > 9) {")
+qvr_planted_mistake(PlantedOwnerNotKeptOut FOUND_BY QVRBiasedLock/keepOthersOut
+  IN internal/QVRBiasedLock.cpp
+  LINE "  if (isOwn()) return;
+  revoke();
+  waitForOwner();"
+  BECOMES "  if (isOwn()) return;
+  revoke();")
+qvr_planted_mistake(PlantedOwnerWakesNobody FOUND_BY QVRBiasedLock/
+  IN internal/QVRBiasedLock.cpp
+  LINE "void BiasedLock::wakeWaiters(BiasedLockStorage& storage) noexcept { wakeAll(&storage.inside); }"
+  BECOMES "void BiasedLock::wakeWaiters(BiasedLockStorage&) noexcept {}")
 qvr_planted_mistake(PlantedOneWaiterWoken FOUND_BY QVRBiasedLock/
   IN internal/QVRBiasedLock.cpp
   LINE "void BiasedLock::wakeWaiters(BiasedLockStorage& storage) noexcept { wakeAll(&storage.inside); }"
@@ -53,6 +64,13 @@ qvr_planted_mistake(PlantedOwnerDoesNotLook FOUND_BY QVRBiasedLock/briefHolds
   SCENARIOS QVRBiasedLockScenarios.cpp
   LINE "    return use().load(std::memory_order_relaxed) == kBiased;"
   BECOMES "    return true;")
+qvr_planted_mistake(PlantedOwnerDoesNotLookAgain FOUND_BY QVRBiasedLock/exclusionAgain
+  IN internal/QVRBiasedLock.h COMPILED_IN internal/QVRBiasedLock.cpp
+  SCENARIOS QVRBiasedLockScenarios.cpp
+  LINE "      if (use().load(std::memory_order_relaxed) == kBiased || hold != 1) [[likely]]
+        return hold;
+      giveBack(hold);"
+  BECOMES "      return hold;")
 qvr_planted_mistake(PlantedOwnerLeavesUnheard FOUND_BY QVRBiasedLock/
   IN internal/QVRBiasedLock.h COMPILED_IN internal/QVRBiasedLock.cpp
   SCENARIOS QVRBiasedLockScenarios.cpp

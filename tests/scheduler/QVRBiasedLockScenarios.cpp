@@ -26,6 +26,11 @@ class Biased {
 
   BiasedLockStorage& storage() { return storage_; }
 
+  /// Only an owner says that it is inside.
+  bool isValid() const {
+    return storage_.inside == 0 || storage_.owner != BiasedLockStorage::kNobody;
+  }
+
  private:
   BiasedLockStorage storage_;
   std::array<std::vector<BiasedLock::Hold>, 9> holds_;
@@ -64,6 +69,31 @@ const Scenario manyRevoke("QVRBiasedLock/manyRevoke", [](Trial& trial) {
   });
   for (const char* name : {"A", "B"}) {
     trial.thread(name, [&locked] { locked.pass(); });
+  }
+});
+
+/// The owner has the bias when the others come, and takes the lock once more inside.
+const Scenario inside("QVRBiasedLock/revocationWhileTheOwnerIsInside", [](Trial& trial) {
+  auto& locked = makeLocked<Biased>(trial);
+  auto& owned = trial.make<Gate>();
+  trial.invariant("only an owner is inside", [&locked] { return locked.lock.isValid(); });
+  trial.thread("owner", [&] {
+    locked.pass();
+    locked.lock.acquire();
+    locked.region.enter();
+    owned.open();
+    locked.lock.acquire();
+    step();
+    locked.lock.release();
+    locked.region.leave();
+    locked.lock.release();
+    passBriefly(locked);
+  });
+  for (const char* name : {"A", "B"}) {
+    trial.thread(name, [&] {
+      owned.pass();
+      locked.pass();
+    });
   }
 });
 
