@@ -18,16 +18,9 @@
 #include "BlockAllocatorModel.h"
 #include "BlockStamp.h"
 #include "QVRAssert.h"
+#include "support/AddressSanitizer.h"
 #include "support/AssertRecorder.h"
 #include "support/TestSeed.h"
-
-#if defined(__SANITIZE_ADDRESS__)
-#define QVR_TEST_SANITIZES_ADDRESSES
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define QVR_TEST_SANITIZES_ADDRESSES
-#endif
-#endif
 
 #if defined(QVR_TEST_SANITIZES_ADDRESSES)
 #include <sanitizer/asan_interface.h>
