@@ -62,10 +62,16 @@ void QVROSRegularFile::_open() {
   if (!exists(QVROSPath(path).dirname())) {
     throw QVREOpenFailed(u"The directory for the file does not exist", kSource, __LINE__);
   }
-  withNativePath(path, [this](const char* text) {
-    buffer_.open(text, static_cast<std::ios_base::openmode>(mode_));
-    return 0;
-  });
+  try {
+    withNativePath(path, [this](const char* text) {
+      buffer_.open(text, static_cast<std::ios_base::openmode>(mode_));
+      return 0;
+    });
+  } catch (...) {
+    // A buffer without memory for its characters keeps the file open.
+    buffer_.close();
+    throw;
+  }
   if (!buffer_.is_open()) {
     throw QVREOpenFailed(u"Failed to open stream buffer for file", kSource, __LINE__);
   }
