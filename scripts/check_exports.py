@@ -19,6 +19,7 @@ SHORT_NAMES = {
     r"std::__cxx11::basic_string<char, std::char_traits<char>, std::allocator<char> ?>": "std::string",
     r"std::__cxx11::basic_string<char16_t, std::char_traits<char16_t>, std::allocator<char16_t> ?>":
         "std::u16string",
+    r"std::__cxx11::list<QVROSPath, std::allocator<QVROSPath> ?>": "std::list<QVROSPath>",
     r"std::basic_string_view<char, std::char_traits<char> ?>": "std::string_view",
     r"std::basic_string_view<char16_t, std::char_traits<char16_t> ?>": "std::u16string_view",
     r"std::basic_ostream<char, std::char_traits<char> ?>": "std::ostream",
@@ -44,7 +45,7 @@ def readable(name):
 
 def is_own(name, prefix):
     """Whether the name itself is the library's, or that of an operator on its classes."""
-    head = re.sub(r"[<(].*", "", name)
+    head = re.sub(r"[<(].*|::operator .*", "", name)
     return "std::" not in head and prefix in (name if head.startswith("operator") else head).upper()
 
 
