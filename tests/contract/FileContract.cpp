@@ -1,10 +1,14 @@
-// The signatures of paths and directories that other modules compile against.
+// The signatures of paths, directories and files that other modules compile against.
 #include <cstdio>
+#include <fstream>
+#include <list>
 #include <string>
 
 #include "QVROSDirectory.h"
 #include "QVROSDirectoryIterator.h"
 #include "QVROSPath.h"
+#include "QVROSRegularFile.h"
+#include "QVROSSearchPath.h"
 #include "contract/Signature.h"
 
 namespace path {
@@ -83,3 +87,52 @@ static_assert(has<bool (I::*)(int)>(&I::operator++) &&
               has<bool (I::*)(const I&) const>(&I::operator!=));
 
 }  // namespace directory
+
+namespace file {
+
+using F = QVROSRegularFile;
+static_assert(std::has_virtual_destructor_v<F> && isNeitherCopiedNorMoved<F>);
+static_assert(std::is_default_constructible_v<F> &&
+              std::is_constructible_v<F, const QVROSPath&, int> &&
+              !std::is_constructible_v<F, const QVROSPath&>);
+static_assert(has<void (F::*)(const QVROSPath&, int)>(&F::open) && has<void (F::*)()>(&F::close) &&
+              has<bool (F::*)() const>(&F::isOpen) && has<std::filebuf* (F::*)()>(&F::getBuffer) &&
+              has<QVROSPath (F::*)() const>(&F::getPath));
+static_assert(makesImplicitly<std::streambuf*, F&> && !makesImplicitly<std::streambuf*, const F&>);
+static_assert(has<bool (F::*)(const F&) const>(&F::operator==) &&
+              has<bool (F::*)(const F&) const>(&F::operator!=) &&
+              has<bool (F::*)(const F&) const>(&F::operator<));
+
+}  // namespace file
+
+namespace searchPath {
+
+using P = QVROSSearchPath;
+using S = std::string;
+using Iterator = P::iterator;
+using ConstIterator = P::const_iterator;
+static_assert(std::is_same_v<Iterator, std::list<QVROSPath>::iterator> &&
+              std::is_same_v<ConstIterator, std::list<QVROSPath>::const_iterator>);
+static_assert(std::has_virtual_destructor_v<P> && std::is_default_constructible_v<P> &&
+              makesExplicitly<P, unsigned char> && std::is_copy_constructible_v<P> &&
+              std::is_constructible_v<P, const S&, unsigned char> &&
+              !std::is_constructible_v<P, const S&>);
+static_assert(has<P& (P::*)(const P&)>(&P::operator=) && has<P& (P::*)(const S&)>(&P::operator=) &&
+              has<P& (P::*)(const P&)>(&P::operator+=) && has<P& (P::*)(const S&)>(&P::operator+=));
+static_assert(has<void (P::*)(const S&)>(&P::pushFront) &&
+              has<void (P::*)(const S&)>(&P::pushBack) &&
+              has<void (P::*)(const Iterator&, const S&)>(&P::insertPath) &&
+              has<void (P::*)(const Iterator&)>(&P::removePath) &&
+              has<void (P::*)(const S&)>(&P::removePath) && has<void (P::*)()>(&P::clear));
+static_assert(has<Iterator (P::*)(const QVROSPath&)>(&P::findPath) &&
+              has<ConstIterator (P::*)(const QVROSPath&) const>(&P::findPath) &&
+              has<bool (P::*)(const QVROSPath&, QVROSPath&) const>(&P::findFile) &&
+              has<S (P::*)() const>(&P::getPathList) &&
+              has<void (P::*)(unsigned char)>(&P::setDelimiter));
+static_assert(has<Iterator (P::*)()>(&P::begin) && has<Iterator (P::*)()>(&P::end) &&
+              has<ConstIterator (P::*)() const>(&P::begin) &&
+              has<ConstIterator (P::*)() const>(&P::end));
+static_assert(has<bool (P::*)(const P&) const>(&P::operator==) &&
+              has<bool (P::*)(const P&) const>(&P::operator!=));
+
+}  // namespace searchPath
