@@ -6,7 +6,7 @@
 #include "QVRSystem/internal/QVRThreadState.h"
 #include "QVRSystem/platform/QVRPlatformRandom.h"
 
-namespace qvr {
+namespace qvr::internal {
 
 namespace {
 
@@ -38,7 +38,7 @@ ForkWitness::Page* ForkWitness::page() noexcept {
 }
 
 ForkWitness::Page* ForkWitness::makePage() noexcept {
-  const internal::ShortSection section;
+  const ShortSection section;
   void* memory;
   if (platform::mapWipedOnFork(sizeof(Page), memory) != 0) return nullptr;
   Page* known = nullptr;
@@ -65,7 +65,7 @@ class RandomReserve::Use {
   Use& operator=(const Use&) = delete;
 
  private:
-  internal::Atomic<bool>& isInUse_;
+  Atomic<bool>& isInUse_;
 };
 
 int RandomReserve::take(ForkWitness& witness, RandomBlock& block) noexcept {
@@ -99,4 +99,4 @@ int RandomReserve::refill(std::uint64_t generation) noexcept {
 
 int takeRandomBlock(RandomBlock& block) noexcept { return reserve.take(witness, block); }
 
-}  // namespace qvr
+}  // namespace qvr::internal

@@ -7,7 +7,7 @@
 
 #include "QVRSystem/internal/QVRAtomic.h"
 
-namespace qvr {
+namespace qvr::internal {
 
 using RandomBlock = std::array<std::uint8_t, 16>;
 
@@ -22,13 +22,13 @@ class ForkWitness {
   std::uint64_t generation() noexcept;
 
  private:
-  using Page = internal::Atomic<std::uint64_t>;
+  using Page = Atomic<std::uint64_t>;
 
   Page* page() noexcept;
   Page* makePage() noexcept;
 
-  internal::Atomic<Page*> page_ = nullptr;    // lasts as long as the process
-  internal::Atomic<std::uint64_t> last_ = 0;  // the last generation given, not wiped
+  Atomic<Page*> page_ = nullptr;    // lasts as long as the process
+  Atomic<std::uint64_t> last_ = 0;  // the last generation given, not wiped
 };
 
 /// Blocks that one thread has fetched ahead and not used. Never two takers get the same
@@ -42,6 +42,7 @@ class RandomReserve {
   int take(ForkWitness& witness, RandomBlock& block) noexcept;
 
  private:
+  friend struct RandomReserveTestAccess;
   class Use;
 
   int takeAhead(ForkWitness& witness, RandomBlock& block) noexcept;
@@ -50,8 +51,8 @@ class RandomReserve {
   // One call of the kernel fetches as much as no signal interrupts.
   static constexpr std::size_t kBlocks = 256 / sizeof(RandomBlock);
 
-  internal::Atomic<bool> isInUse_ = false;  // only ever by its own thread
-  std::uint64_t generation_ = 0;            // of the process that fetched the blocks
+  Atomic<bool> isInUse_ = false;  // only ever by its own thread
+  std::uint64_t generation_ = 0;  // of the process that fetched the blocks
   std::size_t left_ = 0;
   std::array<RandomBlock, kBlocks> blocks_{};
 };
@@ -59,4 +60,4 @@ class RandomReserve {
 /// Takes a block from the calling thread's reserve.
 int takeRandomBlock(RandomBlock& block) noexcept;
 
-}  // namespace qvr
+}  // namespace qvr::internal

@@ -186,8 +186,8 @@ void QVRUUID::operator=(const QVRGuid& guid) {
 
 void QVRUUID::generate() {
   guid_ = {};
-  qvr::RandomBlock block;
-  if (qvr::takeRandomBlock(block) != 0) {
+  qvr::internal::RandomBlock block;
+  if (qvr::internal::takeRandomBlock(block) != 0) {
     QVRReportAssert("Program error", "Invalid status code", kSource, kGeneratorLine);
     return;
   }
