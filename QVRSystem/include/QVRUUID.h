@@ -26,7 +26,7 @@
 /// A plain value; any threads may generate identifiers at once.
 /// @par Cost
 /// Most identifiers cost no system call: a thread gets its random bytes from the
-/// kernel for 16 of them at a time.
+/// kernel for 32 of them at a time.
 class QVRSYSTEM_API QVRUUID {
  public:
   /// All bits are zero.
@@ -72,7 +72,7 @@ class QVRSYSTEM_API QVRUUID {
   /// Whether this is not Nil.
   operator bool() const { return !isNil(); }
 
-  bool isNil() const { return compareTo(Nil) == 0; }
+  bool isNil() const;
 
   /// -1, 0 or 1 where this identifier is less than the other, equal or greater.
   int compareTo(const QVRUUID& other) const;
@@ -107,12 +107,16 @@ inline int QVRUUID::compareTo(const QVRUUID& other) const {
   return 0;
 }
 
-inline bool operator==(const QVRUUID& a, const QVRUUID& b) { return a.compareTo(b) == 0; }
-inline bool operator!=(const QVRUUID& a, const QVRUUID& b) { return a.compareTo(b) != 0; }
+inline bool operator==(const QVRUUID& a, const QVRUUID& b) {
+  return std::memcmp(&a, &b, sizeof a) == 0;
+}
+inline bool operator!=(const QVRUUID& a, const QVRUUID& b) { return !(a == b); }
 inline bool operator<(const QVRUUID& a, const QVRUUID& b) { return a.compareTo(b) < 0; }
 inline bool operator<=(const QVRUUID& a, const QVRUUID& b) { return a.compareTo(b) <= 0; }
 inline bool operator>(const QVRUUID& a, const QVRUUID& b) { return a.compareTo(b) > 0; }
 inline bool operator>=(const QVRUUID& a, const QVRUUID& b) { return a.compareTo(b) >= 0; }
+
+inline bool QVRUUID::isNil() const { return *this == Nil; }
 
 /// Writes toString().
 QVRSYSTEM_API std::ostream& operator<<(std::ostream& out, const QVRUUID& uuid);

@@ -14,7 +14,7 @@ namespace {
 
 const AssertRecord kGeneratorFailure{"Program error", "Invalid status code",
                                      "QVRSystem/QVRUUIDMD.m/src/QVRUUID", 777};
-constexpr int kEnoughForARefill = 20;
+constexpr int kEnoughForARefill = 40;
 
 /// Generates until the kernel is asked, which every so many identifiers is. @return the
 /// last one.

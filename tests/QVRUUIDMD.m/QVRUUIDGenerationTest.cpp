@@ -105,7 +105,7 @@ TEST(QVRUUIDGenerationTest, IsNoPointOfCancellation) {
 
 /// What three processes generate at the same time.
 struct Generations {
-  static constexpr std::size_t kCount = 40;
+  static constexpr std::size_t kCount = 100;
   std::array<std::array<QVRGuid, kCount>, 5> parts;
 
   void fill(std::size_t part) {
@@ -157,7 +157,7 @@ TEST(QVRUUIDGenerationTest, ChildrenForkedWithoutHandlersGetNoneTwice) {
 
 #ifdef QVR_CAN_SINGLE_STEP
 TEST(QVRUUIDGenerationTest, HandlerThatInterruptsAtEachInstructionGetsNoneTwice) {
-  constexpr std::size_t kCount = 40;
+  constexpr std::size_t kCount = 100;
   std::vector<QVRUUID> uuids(kCount, QVRUUID::Nil);
   std::vector<QVRUUID> handlers(100000, QVRUUID::Nil);
   std::size_t steps = 0;

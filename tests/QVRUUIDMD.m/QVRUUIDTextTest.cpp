@@ -99,7 +99,7 @@ TEST(QVRUUIDTextTest, RefusedTexts) {
 
 TEST(QVRUUIDTextTest, OnlyTheRightLengthIsScanned) {
   const std::string text = std::string(kPlain) + std::string(100000, '0');
-  for (const std::size_t size : {1, 2, 8, 16, 32, 34, 35, 37, 38, 72, 100036}) {
+  for (const std::size_t size : {1u, 2u, 8u, 16u, 32u, 34u, 35u, 37u, 38u, 72u, 100036u}) {
     expectNoText(text.substr(0, size));
   }
 }

@@ -10,11 +10,11 @@ namespace qvr::internal {
 
 namespace {
 
-constinit ForkWitness witness;
+constinit ForkWitness processWitness;
 
 // Initial-exec: nothing is allocated for it, nothing lost with a cancelled thread, and
 // a signal handler can reach it.
-constinit thread_local RandomReserve reserve __attribute__((tls_model("initial-exec")));
+constinit thread_local RandomReserve threadReserve __attribute__((tls_model("initial-exec")));
 
 int fill(RandomBlock& block) noexcept { return platform::randomBytes(block.data(), block.size()); }
 
@@ -97,6 +97,8 @@ int RandomReserve::refill(std::uint64_t generation) noexcept {
   return error;
 }
 
-int takeRandomBlock(RandomBlock& block) noexcept { return reserve.take(witness, block); }
+int takeRandomBlock(RandomBlock& block) noexcept {
+  return threadReserve.take(processWitness, block);
+}
 
 }  // namespace qvr::internal

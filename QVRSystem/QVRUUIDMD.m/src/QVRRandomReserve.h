@@ -48,8 +48,9 @@ class RandomReserve {
   int takeAhead(ForkWitness& witness, RandomBlock& block) noexcept;
   int refill(std::uint64_t generation) noexcept;
 
-  // One call of the kernel fetches as much as no signal interrupts.
-  static constexpr std::size_t kBlocks = 256 / sizeof(RandomBlock);
+  // Little more would be gained by more of them, and the memory of every thread that
+  // libraries loaded later can share is small.
+  static constexpr std::size_t kBlocks = 32;
 
   Atomic<bool> isInUse_ = false;  // only ever by its own thread
   std::uint64_t generation_ = 0;  // of the process that fetched the blocks

@@ -1,6 +1,8 @@
 #include "QVRUUID.h"
 
 #include <array>
+#include <bit>
+#include <cstring>
 #include <ostream>
 
 #include "QVRAssert.h"
@@ -19,79 +21,93 @@ constexpr std::uint8_t kVariantMask = 0xC0;
 constexpr std::uint8_t kRfcVariant = 0x80;
 
 constexpr std::size_t kTextSize = 36;
-constexpr std::size_t kByteCount = 16;
-constexpr std::uint8_t kNoDigit = 0xFF;
-
-/// The bytes in the order in which the text shows them.
-using Bytes = std::array<std::uint8_t, kByteCount>;
-
-/// Where the text shows each of them.
-constexpr std::size_t kPlaces[kByteCount] = {0,  2,  4,  6,  9,  11, 14, 16,
-                                             19, 21, 24, 26, 28, 30, 32, 34};
 constexpr std::size_t kHyphens[] = {8, 13, 18, 23};
 
-constexpr std::array<std::uint8_t, 256> makeDigits() {
-  std::array<std::uint8_t, 256> digits;
-  digits.fill(kNoDigit);
-  for (std::uint8_t i = 0; i < 10; ++i) digits['0' + i] = i;
-  for (std::uint8_t i = 10; i < 16; ++i) digits['a' + i - 10] = digits['A' + i - 10] = i;
-  return digits;
+// A text is four numbers of eight digits; where it has the two halves of each.
+constexpr std::size_t kNumberCount = 4;
+constexpr std::size_t kHalves[kNumberCount][2] = {{0, 4}, {9, 14}, {19, 24}, {28, 32}};
+
+using Numbers = std::array<std::uint32_t, kNumberCount>;
+
+// Times a number below 256, that number in each byte.
+constexpr std::uint64_t kEachByte = 0x0101010101010101;
+
+/// Between a number and its bytes, the most significant one first.
+std::uint32_t swapIfLittle(std::uint32_t number) {
+  return std::endian::native == std::endian::little ? __builtin_bswap32(number) : number;
 }
 
-constexpr std::array<std::uint8_t, 256> kDigits = makeDigits();
-
-constexpr std::uint8_t digitOf(char c) { return kDigits[static_cast<unsigned char>(c)]; }
-
-using DigitPair = std::array<char, 2>;
-
-constexpr std::array<DigitPair, 256> makeDigitPairs() {
-  constexpr char kHex[] = "0123456789abcdef";
-  std::array<DigitPair, 256> pairs{};
-  for (std::size_t i = 0; i < pairs.size(); ++i) pairs[i] = {kHex[i / 16], kHex[i % 16]};
-  return pairs;
+std::uint32_t load(const void* bytes) {
+  std::uint32_t number;
+  std::memcpy(&number, bytes, sizeof number);
+  return swapIfLittle(number);
 }
 
-constexpr std::array<DigitPair, 256> kDigitPairs = makeDigitPairs();
-
-Bytes bytesOf(const QVRGuid& guid) {
-  Bytes bytes;
-  for (std::size_t i = 0; i < 4; ++i)
-    bytes[i] = static_cast<std::uint8_t>(guid.Data1 >> (24 - 8 * i));
-  for (std::size_t i = 0; i < 2; ++i) {
-    bytes[4 + i] = static_cast<std::uint8_t>(guid.Data2 >> (8 - 8 * i));
-    bytes[6 + i] = static_cast<std::uint8_t>(guid.Data3 >> (8 - 8 * i));
-  }
-  std::memcpy(&bytes[8], guid.Data4, sizeof guid.Data4);
-  return bytes;
+void store(std::uint32_t number, void* bytes) {
+  number = swapIfLittle(number);
+  std::memcpy(bytes, &number, sizeof number);
 }
 
-std::uint16_t twoBytes(const std::uint8_t* bytes) {
-  return static_cast<std::uint16_t>(bytes[0] << 8 | bytes[1]);
+Numbers numbersOf(const QVRGuid& guid) {
+  return {guid.Data1, std::uint32_t{guid.Data2} << 16 | guid.Data3, load(guid.Data4),
+          load(guid.Data4 + 4)};
 }
 
-QVRGuid guidOf(const Bytes& bytes) {
+QVRGuid guidOf(const Numbers& numbers) {
   QVRGuid guid;
-  guid.Data1 = std::uint32_t{twoBytes(&bytes[0])} << 16 | twoBytes(&bytes[2]);
-  guid.Data2 = twoBytes(&bytes[4]);
-  guid.Data3 = twoBytes(&bytes[6]);
-  std::memcpy(guid.Data4, &bytes[8], sizeof guid.Data4);
+  guid.Data1 = numbers[0];
+  guid.Data2 = static_cast<std::uint16_t>(numbers[1] >> 16);
+  guid.Data3 = static_cast<std::uint16_t>(numbers[1]);
+  store(numbers[2], guid.Data4);
+  store(numbers[3], guid.Data4 + 4);
   return guid;
+}
+
+/// The digits, in lower case, of eight numbers below 16, each in its byte.
+constexpr std::uint64_t digitsOf(std::uint64_t values) {
+  const std::uint64_t areLetters = (values + 6 * kEachByte) >> 4 & kEachByte;
+  return values + '0' * kEachByte + ('a' - '0' - 10) * areLetters;
+}
+
+/// Reads eight digits of either case. @return whether they are.
+bool readDigits(std::uint64_t text, std::uint32_t& number) {
+  const std::uint64_t lowerCase = text | (text >> 1 & 0x20 * kEachByte);
+  const std::uint64_t areLetters = text >> 6 & kEachByte;
+  std::uint64_t values = (text & 0x0F * kEachByte) + 9 * areLetters;
+  const bool areDigits = lowerCase == digitsOf(values) && (values & 0x10 * kEachByte) == 0;
+  values = (values | values >> 4) & 0x00FF00FF00FF00FF;
+  values = (values | values >> 8) & 0x0000FFFF0000FFFF;
+  number = static_cast<std::uint32_t>(values | values >> 16);
+  return areDigits;
+}
+
+std::uint64_t writeDigits(std::uint32_t number) {
+  std::uint64_t values = number;
+  values = (values | values << 16) & 0x0000FFFF0000FFFF;
+  values = (values | values << 8) & 0x00FF00FF00FF00FF;
+  return digitsOf((values | values << 4) & 0x0F * kEachByte);
 }
 
 /// Reads a text with a digit at each place and hyphens between, as nearly all are.
 bool readPlain(const char* text, QVRGuid& guid) {
-  Bytes bytes;
-  unsigned seen = 0;
-  for (std::size_t i = 0; i < kByteCount; ++i) {
-    const unsigned high = digitOf(text[kPlaces[i]]);
-    const unsigned low = digitOf(text[kPlaces[i] + 1]);
-    seen |= high | low;
-    bytes[i] = static_cast<std::uint8_t>(high << 4 | low);
+  Numbers numbers;
+  bool isPlain = true;
+  for (std::size_t i = 0; i < kNumberCount; ++i) {
+    const std::uint64_t high = load(text + kHalves[i][0]);
+    isPlain &= readDigits(high << 32 | load(text + kHalves[i][1]), numbers[i]);
   }
-  bool isPlain = seen < 16;
   for (const std::size_t place : kHyphens) isPlain &= text[place] == '-';
-  if (isPlain) guid = guidOf(bytes);
+  if (isPlain) guid = guidOf(numbers);
   return isPlain;
+}
+
+constexpr std::uint32_t kNoDigit = 16;
+
+std::uint32_t digitOf(char c) {
+  if (c >= '0' && c <= '9') return static_cast<std::uint32_t>(c - '0');
+  const int lowerCase = c | 0x20;
+  if (lowerCase < 'a' || lowerCase > 'f') return kNoDigit;
+  return static_cast<std::uint32_t>(lowerCase - 'a' + 10);
 }
 
 /// Reads numbers from a text as sscanf() does, the same in every locale.
@@ -165,7 +181,7 @@ bool read(const char* text, QVRGuid& guid) {
 
 }  // namespace
 
-static_assert(sizeof(QVRGuid) == kByteCount && sizeof(QVRUUID) == kByteCount);
+static_assert(sizeof(QVRGuid) == 16 && sizeof(QVRUUID) == sizeof(QVRGuid));
 
 constinit const QVRUUID QVRUUID::Nil(NilValue);
 
@@ -198,9 +214,11 @@ void QVRUUID::generate() {
 
 std::string QVRUUID::toString() const {
   std::string text(kTextSize, '-');
-  const Bytes bytes = bytesOf(guid_);
-  for (std::size_t i = 0; i < kByteCount; ++i) {
-    std::memcpy(&text[kPlaces[i]], &kDigitPairs[bytes[i]], sizeof(DigitPair));
+  const Numbers numbers = numbersOf(guid_);
+  for (std::size_t i = 0; i < kNumberCount; ++i) {
+    const std::uint64_t digits = writeDigits(numbers[i]);
+    store(static_cast<std::uint32_t>(digits >> 32), &text[kHalves[i][0]]);
+    store(static_cast<std::uint32_t>(digits), &text[kHalves[i][1]]);
   }
   return text;
 }
