@@ -19,6 +19,7 @@
 namespace {
 
 namespace platform = qvr::platform;
+using qvr::mapText;
 using qvr::withNativePath;
 
 constexpr char kSource[] = "QVRSystem/QVRFileUtilsMD.m/src/QVROSPath";
@@ -32,36 +33,7 @@ constexpr std::size_t kNone = std::string::npos;
 // Modes of QVROSPath::_getAccess.
 enum Access { kExistence = 0, kExecution = 1, kWriting = 2, kReading = 4 };
 
-constexpr std::size_t kBlockSize = 16;  // of a vector register
-
 constexpr bool isSeparator(char c) { return c == kBackslash || c == kSlash; }
-
-template <std::size_t kSize, class Map>
-void mapBlock(const char* from, char* to, Map map) {
-  char block[kSize];
-  std::memcpy(block, from, kSize);
-  for (char& c : block) c = map(c);
-  std::memcpy(to, block, kSize);
-}
-
-/// Writes the text with every character mapped, over itself too: what is mapped
-/// stays so. The last block overlaps the one before rather than going byte by
-/// byte; reading from where nothing was written just before, no load waits for
-/// two stores.
-template <class Map>
-void mapText(const char* from, std::size_t size, char* to, Map map) {
-  constexpr std::size_t kHalf = kBlockSize / 2;
-  if (size >= kBlockSize) {
-    const std::size_t last = size - kBlockSize;
-    for (std::size_t i = 0; i < last; i += kBlockSize) mapBlock<kBlockSize>(from + i, to + i, map);
-    mapBlock<kBlockSize>(from + last, to + last, map);
-  } else if (size >= kHalf) {
-    mapBlock<kHalf>(from, to, map);
-    mapBlock<kHalf>(from + size - kHalf, to + size - kHalf, map);
-  } else {
-    std::transform(from, from + size, to, map);
-  }
-}
 
 /// Writes a text as a path holds it.
 void convert(const char* from, std::size_t size, char* to) {
@@ -279,7 +251,10 @@ std::FILE* QVROSPath::createTemparyFile() const {
   return stream;
 }
 
-bool QVROSPath::exists() const { return _getAccess(getExpandedPath(), kExistence); }
+bool QVROSPath::exists() const {
+  std::string memory;
+  return _exists(memory);
+}
 
 bool QVROSPath::isReadable() const { return _getAccess(getExpandedPath(), kReading); }
 
@@ -492,13 +467,21 @@ void QVROSPath::_checkTarget(const std::string& path, createMode mode) {
   }
 }
 
+bool QVROSPath::_exists(std::string& memory) const {
+  memory = path_;
+  _expandEnvVars(memory);
+  return qvr::withPathMadeNative(
+             memory, [](const char* text) { return platform::checkAccess(text, kExistence); }) == 0;
+}
+
 void QVROSPath::_expandEnvVars(std::string& path) const { _expandNTEnvVars(path); }
 
 void QVROSPath::_expandNTEnvVars(std::string& path) const {
-  // A value of HOME that holds pairs itself would be expanded without end.
-  auto pairs = std::count(path.begin(), path.end(), kReferenceSign) / 2;
   std::size_t begin = path.find(kReferenceSign);
   std::size_t end = nextReferenceSign(path, begin);
+  if (end == kNone) return;
+  // A value of HOME that holds pairs itself would be expanded without end.
+  auto pairs = std::count(path.begin(), path.end(), kReferenceSign) / 2;
   while (end != kNone) {
     if (path.find(kBackslash, begin) < end) {
       begin = end;

@@ -80,10 +80,13 @@ bool QVROSSearchPath::findFile(const QVROSPath& file, QVROSPath& result) const {
   const std::string name = file.getExpandedPath();
   // Not in the result at once, which may be the name itself or one of the directories.
   QVROSPath candidate;
+  std::string memory;
   for (const QVROSPath& entry : entries_) {
-    candidate.setPath(entry.getExpandedPath());
+    memory = entry.path_;
+    entry._expandEnvVars(memory);
+    candidate.setPath(memory);
     candidate.appendPath(name);
-    if (candidate.exists()) {
+    if (candidate._exists(memory)) {
       result = std::move(candidate);
       return true;
     }
