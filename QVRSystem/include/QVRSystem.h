@@ -111,6 +111,7 @@
 #include "QVRSysUnlockGuard.h"
 #include "QVRSysWriteLockGuard.h"
 #include "QVRSystemExport.h"
+#include "QVRSystemInfo.h"
 #include "QVRThreadAnnotations.h"
 #include "QVRThreadIdAccess.h"
 #include "QVRTimeMsg.h"
