@@ -54,7 +54,7 @@ TEST(QVRSystemInfoFailureTest, EveryCallAsksAnew) {
     const PlatformAnswer answer("hostName", name);
     EXPECT_EQ(QVRSystemInfo::GetHostName(), name);
   }
-  for (const std::uint64_t size : {4096, 65536}) {
+  for (const std::uint64_t size : {4096u, 65536u}) {
     const PlatformAnswer answer("pageSize", size);
     EXPECT_EQ(QVRSystemInfo::GetSystemPageSize(), size);
   }
