@@ -7,8 +7,9 @@
 /// The base of the functors: values that own a body, or are empty. Compares them and
 /// tells what they call; the classes below call it.
 ///
-/// Equal functors call the same function of the same object. Empty ones are equal and
-/// come before all others; the order holds as long as the process lives.
+/// Equal functors call the same function of the same object; of an inline function, modules
+/// with hidden symbols may each have their own. Empty ones are equal and come before all
+/// others. The order holds as long as the process lives.
 ///
 /// Throws what operations of the body throw; those that QVRMakeFunctor0() makes throw
 /// nothing here.

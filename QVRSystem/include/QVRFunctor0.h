@@ -87,6 +87,7 @@ class FunctorBody : public _QVRBaseFunctor0Body {
   const Function function_;
 };
 
+/// That of a function on its own, which is its own callee.
 template <class Function>
 class FreeFunctionBody : public FunctorBody<Function> {
  public:
