@@ -98,10 +98,10 @@ ForkLock::ForkLock(ForkRank rank, ForEach forEach) noexcept : rank_(rank), forEa
 }
 
 void ForkLock::apply(const Action& action) const {
-  if (forEach_ != nullptr) {
-    forEach_(action);
-  } else {
+  if (storage_ != nullptr) {
     action(RecursiveLock(*storage_));
+  } else {
+    forEach_(action);
   }
 }
 
