@@ -106,6 +106,8 @@ class QVRSYSTEM_API QVRSysThreadAttribute {
   static constexpr int kMaximumPriority = 15;
   static constexpr int kMinimumPriority = -15;
 
+  struct Fork;
+
   static const QVRSysThreadAttribute& makeDefault();
 
   std::uint32_t stackSize_ = 0;

@@ -150,6 +150,8 @@ class QVRSYSTEM_API QVRSysThreadBody : public QVRSysMonitor, public QVRCountedOb
 
   void create();
   void letGo() noexcept;
+  bool suspendSelf();
+  bool joinRunning();
   void setState(QVRSysExecutionState state) noexcept {
     state_.store(state, std::memory_order_release);
   }

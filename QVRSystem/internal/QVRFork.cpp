@@ -1,5 +1,6 @@
 #include "QVRSystem/internal/QVRFork.h"
 
+#include "QVRSystem/internal/QVRThread.h"
 #include "QVRSystem/internal/QVRThreadState.h"
 #include "QVRSystem/platform/QVRPlatformThread.h"
 
@@ -78,6 +79,7 @@ void continueInParent() { ForkLockList::forEachBackwards(Release()); }
 void continueInChild() {
   const std::uint32_t before = currentThreadId();
   ForkLockList::forEach(HandOver(before, refreshThreadId()));
+  Thread::continueInChild();
   ForkLockList::forEachBackwards(Release());
 }
 

@@ -1,0 +1,26 @@
+#include "QVRSystem/platform/QVRPlatformStop.h"
+#include "support/PlatformForward.h"
+
+QVR_REAL_FUNCTION(handleStops)
+QVR_REAL_FUNCTION(allowStops)
+QVR_REAL_FUNCTION(requestStop)
+QVR_REAL_FUNCTION(isInsideSystem)
+
+namespace qvr::platform {
+
+using platform_double::forward;
+
+int handleStops(void (*handler)(const void* context)) noexcept {
+  return forward("handleStops", &posix::handleStops, handler);
+}
+int allowStops() noexcept { return forward("allowStops", &posix::allowStops); }
+int requestStop(std::uint32_t threadId) noexcept {
+  return forward("requestStop", &posix::requestStop, threadId);
+}
+
+// Called by the handler of a signal, in which the plan must not be asked.
+bool isInsideSystem(const void* context, PlatformWhereabouts& whereabouts) noexcept {
+  return posix::isInsideSystem(context, whereabouts);
+}
+
+}  // namespace qvr::platform
