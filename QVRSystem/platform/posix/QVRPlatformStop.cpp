@@ -12,10 +12,13 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
+#include <new>
 #include <span>
+#include <utility>
 
 namespace qvr::QVR_PLATFORM {
 
@@ -25,11 +28,11 @@ using Address = std::uintptr_t;
 
 int stopSignal() { return SIGRTMIN + 11; }
 
-void (*stopHandler)(const void* context) = nullptr;
+constinit std::atomic<void (*)(const void* context)> stopHandler = nullptr;
 
 void takeStop(int /*signal*/, siginfo_t* /*info*/, void* context) {
   const int error = errno;
-  stopHandler(context);
+  stopHandler.load()(context);
   errno = error;
 }
 
@@ -162,9 +165,17 @@ class SystemCode {
   Table<Address, 64> lockless_;
 };
 
-const SystemCode& systemCode() {
-  static const SystemCode code;
-  return code;
+// Never freed: a signal may come at any time.
+constinit std::atomic<const SystemCode*> knownSystemCode = nullptr;
+
+const SystemCode& systemCode() { return *knownSystemCode.load(std::memory_order_acquire); }
+
+// Without a lock, which would be held while the loader takes its own.
+bool findSystemCode() {
+  const SystemCode* const found = new (std::nothrow) SystemCode;
+  const SystemCode* known = nullptr;
+  if (!knownSystemCode.compare_exchange_strong(known, found)) delete found;
+  return found != nullptr;
 }
 
 bool isSystemCall(Address instruction) {
@@ -219,8 +230,8 @@ bool isLocklessForCaller(Address instruction) {
 }  // namespace
 
 int handleStops(void (*handler)(const void* context)) noexcept {
-  systemCode();
-  stopHandler = handler;
+  if (!findSystemCode()) return ENOMEM;
+  stopHandler.store(handler);
   struct sigaction action = {};
   action.sa_sigaction = &takeStop;
   action.sa_flags = SA_SIGINFO | SA_RESTART;
