@@ -15,9 +15,10 @@ namespace {
 // Written for id_ by whoever waits for it.
 constexpr std::uint32_t kWanted = 0xFFFFFFFF;
 
-// How long a thread is left alone that could not be stopped where it was.
-constexpr std::uint64_t kFirstPauseNs = 20'000;
-constexpr std::uint64_t kLongestPauseNs = 1'000'000;
+// After how long a thread is asked again that could not be stopped where it was.
+constexpr std::uint64_t kShortestPauseNs = 4'000;
+constexpr std::uint64_t kMorePausesNs = 0x3FFF;
+constexpr std::uint64_t kPauseWithoutTimerNs = 20'000;
 
 constinit RecursiveLockStorage endedLock{};
 const ForkLock forkEndedLock(ForkRank::EndedThreads, &endedLock);
@@ -166,18 +167,35 @@ void Thread::answer() noexcept {
 // All signals are blocked meanwhile.
 void Thread::handleStop(const void* context) noexcept {
   Thread* const self = threadState.thread;
-  if (self == nullptr) return;
-  if (!isInShortSection() && !platform::isInsideSystem(context, self->whereabouts_)) {
-    self->carryOutRequest();
+  if (self == nullptr || self->has(kEnded)) return;
+  if (self->has(kCount | kCancelled)) {
+    const bool isInside =
+        isInShortSection() || platform::isInsideSystem(context, self->whereabouts_);
+    if (isInside && self->askAgain()) return;
+    if (!isInside) self->carryOutRequest();
   }
   self->answer();
 }
 
 void Thread::carryOutRequest() noexcept {
-  if (!has(kCount | kCancelled)) return;
   if (threadState.sleepWord != nullptr) wakeOne(threadState.sleepWord);
   if (has(kCancelled)) endHere();
   stand();
+}
+
+// A thread may be out of the system's code for a hundredth of its time only, and get to run
+// rarely. So it sees to it itself that it is asked often while it does run, at moments that
+// have nothing to do with what it is doing. The pauses grow, since some of it has to be left
+// for its work between two signals.
+bool Thread::askAgain() noexcept {
+  if (!hasTimer_.load(std::memory_order_acquire)) return false;
+  constexpr std::uint32_t kTimesPerDoubling = 1024;
+  constexpr std::uint32_t kMostDoublings = 10;
+  const std::uint32_t doublings = std::min(timesAsked_++ / kTimesPerDoubling, kMostDoublings);
+  // The linear congruential generator of Numerical Recipes, whose high bits serve.
+  random_ = random_ * 1'664'525 + 1'013'904'223;
+  const std::uint64_t pauseNs = kShortestPauseNs + (random_ >> 16 & kMorePausesNs);
+  return platform::startStopTimer(timer_, pauseNs << doublings) == 0;
 }
 
 void Thread::stand() noexcept {
@@ -279,20 +297,28 @@ void Thread::letGo() {
 
 // Asks until the word has one of the marks awaited.
 bool Thread::request(std::uint32_t awaited) noexcept {
-  std::uint64_t pauseNs = kFirstPauseNs;
-  for (;;) {
+  int error = 0;
+  while (!has(awaited | kEnded) && (error == 0 || error == EAGAIN)) {
     const std::uint32_t last = answers().load(std::memory_order_acquire);
-    if (has(awaited | kEnded)) return has(awaited);
-    const int error = sendRequest();
-    if (error == 0) {
-      waitForAnswer(last);
-      if (has(awaited)) return true;
-    } else if (error != EAGAIN && !has(kEnded)) {
-      return false;
-    }
-    platform::nap(pauseNs);
-    pauseNs = std::min(2 * pauseNs, kLongestPauseNs);
+    error = sendRequest();
+    if (error == 0) waitForAnswer(last);
+    if (!has(awaited | kEnded) && !openTimer()) platform::nap(kPauseWithoutTimerNs);
   }
+  closeTimer();
+  return has(awaited);
+}
+
+bool Thread::openTimer() noexcept {
+  if (hasTimer_.load(std::memory_order_relaxed)) return true;
+  if (platform::createStopTimer(timer_, id()) != 0) return false;
+  timesAsked_ = 0;
+  hasTimer_.store(true, std::memory_order_release);
+  return true;
+}
+
+// Nothing is asked of the thread any more, so it does not start the timer.
+void Thread::closeTimer() noexcept {
+  if (hasTimer_.exchange(false, std::memory_order_acq_rel)) platform::closeStopTimer(timer_);
 }
 
 int Thread::sendRequest() noexcept {
@@ -315,6 +341,7 @@ void Thread::waitForEnd() noexcept {
 
 bool Thread::free() noexcept {
   if (!isFreed_) {
+    closeTimer();
     // Its end is near. A thread that is ended while it waits here would keep others from
     // ever freeing this one.
     const ShortSection section;
@@ -331,6 +358,7 @@ void Thread::continueInChild() noexcept {
   self->process_ = process.load(std::memory_order_relaxed);
   self->id_ = currentThreadId();
   self->word_ &= ~(kCount | kStanding | kCancelled);
+  self->hasTimer_.store(false, std::memory_order_relaxed);
   RecursiveLock(self->sendLock_).reset();
 }
 

@@ -107,6 +107,7 @@ class Thread {
   void work();
   void stand() noexcept;
   void carryOutRequest() noexcept;
+  bool askAgain() noexcept;
   [[noreturn]] void endHere() noexcept;
   bool endRequests() noexcept;
   void answer() noexcept;
@@ -115,6 +116,8 @@ class Thread {
   static int prepareStops() noexcept;
   bool isElsewhere() const noexcept;
   int sendRequest() noexcept;
+  bool openTimer() noexcept;
+  void closeTimer() noexcept;
   bool request(std::uint32_t awaited) noexcept;
   void waitForAnswer(std::uint32_t last) noexcept;
   void waitForEnd() noexcept;
@@ -137,8 +140,13 @@ class Thread {
   std::uint32_t id_ = 0;       // 0 until the thread has written it
   std::uint32_t process_ = 0;  // that in which it was made
   PlatformThread native_ = 0;
-  bool isFreed_ = true;              // whether nothing is left to join
-  PlatformWhereabouts whereabouts_;  // the handler's
+  bool isFreed_ = true;  // whether nothing is left to join
+  // The handler's, but that the controller opens and closes the timer.
+  Atomic<bool> hasTimer_ = false;
+  PlatformStopTimer timer_ = nullptr;
+  PlatformWhereabouts whereabouts_;
+  std::uint32_t timesAsked_ = 0;  // since the timer was opened
+  std::uint32_t random_ = 0;
   RecursiveLockStorage sendLock_{};  // held while a signal is sent, which the end waits for
   Thread* nextEnded_ = nullptr;      // the list's
 };

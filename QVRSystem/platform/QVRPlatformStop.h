@@ -9,6 +9,9 @@
 
 namespace qvr {
 
+/// A timer that sends a thread the signal.
+using PlatformStopTimer = void*;
+
 /// Where a thread was found last, and how many times running; all zero at first.
 struct PlatformWhereabouts {
   std::uintptr_t instruction = 0;
@@ -29,6 +32,14 @@ int allowStops() noexcept;
 
 /// Sends it. EAGAIN says that too many signals wait at present.
 int requestStop(std::uint32_t threadId) noexcept;
+
+/// Makes a timer that does so, not running.
+int createStopTimer(PlatformStopTimer& made, std::uint32_t threadId) noexcept;
+
+/// Has it send the signal once, after so long. For handlers too.
+int startStopTimer(PlatformStopTimer timer, std::uint64_t nanoseconds) noexcept;
+
+int closeStopTimer(PlatformStopTimer timer) noexcept;
 
 /// Whether the thread is inside code of the system's libraries that may hold a lock of
 /// theirs, and will soon be out of it: not asleep in the kernel, and not in code of

@@ -4,6 +4,9 @@
 QVR_REAL_FUNCTION(handleStops)
 QVR_REAL_FUNCTION(allowStops)
 QVR_REAL_FUNCTION(requestStop)
+QVR_REAL_FUNCTION(createStopTimer)
+QVR_REAL_FUNCTION(startStopTimer)
+QVR_REAL_FUNCTION(closeStopTimer)
 QVR_REAL_FUNCTION(isInsideSystem)
 
 namespace qvr::platform {
@@ -18,7 +21,17 @@ int requestStop(std::uint32_t threadId) noexcept {
   return forward("requestStop", &posix::requestStop, threadId);
 }
 
-// Called by the handler of a signal, in which the plan must not be asked.
+int createStopTimer(PlatformStopTimer& made, std::uint32_t threadId) noexcept {
+  return forward("createStopTimer", &posix::createStopTimer, made, threadId);
+}
+int closeStopTimer(PlatformStopTimer timer) noexcept {
+  return forward("closeStopTimer", &posix::closeStopTimer, timer);
+}
+
+// These are called by the handler of a signal, in which the plan must not be asked.
+int startStopTimer(PlatformStopTimer timer, std::uint64_t nanoseconds) noexcept {
+  return posix::startStopTimer(timer, nanoseconds);
+}
 bool isInsideSystem(const void* context, PlatformWhereabouts& whereabouts) noexcept {
   return posix::isInsideSystem(context, whereabouts);
 }

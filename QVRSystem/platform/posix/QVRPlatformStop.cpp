@@ -16,6 +16,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
+#include <ctime>
 #include <new>
 #include <span>
 #include <utility>
@@ -97,14 +98,16 @@ class Table {
 class SystemCode {
  public:
   SystemCode() noexcept {
-    for (const char* name : {"malloc", "fwrite", "pthread_mutex_lock", "__tls_get_addr",
-                             "__cxa_throw", "_Unwind_RaiseException"}) {
+    for (const char* name :
+         {"malloc", "fwrite", "pthread_mutex_lock", "__tls_get_addr", "__cxa_throw"}) {
       forEachDefinition(name, [this](Address function) { addModule(function); });
     }
+    if (!unwinderIsLockless()) addModule(reinterpret_cast<Address>(&_Unwind_RaiseException));
     for (const char* name :
-         {"memcpy",    "memmove", "mempcpy", "memset",  "memcmp",    "bcmp",    "memchr", "memrchr",
-          "rawmemchr", "strlen",  "strnlen", "strchr",  "strchrnul", "strrchr", "strcmp", "strncmp",
-          "strcpy",    "strncpy", "stpcpy",  "stpncpy", "wmemcpy",   "wmemset", "wcslen"}) {
+         {"memcpy",    "memmove",   "mempcpy", "memset",  "memcmp", "bcmp",
+          "memchr",    "memrchr",   "strlen",  "strnlen", "strchr", "strrchr",
+          "strchrnul", "rawmemchr", "strcmp",  "strncmp", "strcpy", "strncpy",
+          "stpcpy",    "stpncpy",   "wmemcpy", "wmemset", "wcslen", "_dl_find_object"}) {
       forEachDefinition(name, [this](Address function) { lockless_.add(function); });
     }
     addModule(getauxval(AT_SYSINFO_EHDR));
@@ -121,6 +124,10 @@ class SystemCode {
   }
 
  private:
+  // The unwinder took the loader's lock before there was a look-up without. A thread that
+  // does little but throw is hardly ever found elsewhere.
+  static bool unwinderIsLockless() { return dlsym(RTLD_DEFAULT, "_dl_find_object") != nullptr; }
+
   // The program may define the function before the library does, and call that one's.
   template <class Action>
   static void forEachDefinition(const char* name, Action action) {
@@ -248,6 +255,23 @@ int allowStops() noexcept {
 
 int requestStop(std::uint32_t threadId) noexcept {
   return syscall(SYS_tgkill, getpid(), threadId, stopSignal()) == 0 ? 0 : errno;
+}
+
+int createStopTimer(PlatformStopTimer& made, std::uint32_t threadId) noexcept {
+  struct sigevent event = {};
+  event.sigev_notify = SIGEV_THREAD_ID;
+  event.sigev_signo = stopSignal();
+  event._sigev_un._tid = static_cast<pid_t>(threadId);
+  return timer_create(CLOCK_MONOTONIC, &event, &made) == 0 ? 0 : errno;
+}
+
+int startStopTimer(PlatformStopTimer timer, std::uint64_t nanoseconds) noexcept {
+  const itimerspec once{{0, 0}, {0, static_cast<long>(nanoseconds)}};
+  return timer_settime(timer, 0, &once, nullptr) == 0 ? 0 : errno;
+}
+
+int closeStopTimer(PlatformStopTimer timer) noexcept {
+  return timer_delete(timer) == 0 ? 0 : errno;
 }
 
 bool isInsideSystem(const void* context, PlatformWhereabouts& whereabouts) noexcept {
