@@ -21,7 +21,7 @@ class QVRSYSTEM_API QVRBaseFunctor {
   QVRBaseFunctor() = default;
   QVRBaseFunctor(const QVRBaseFunctor&) = default;
   QVRBaseFunctor& operator=(const QVRBaseFunctor&) = default;
-  virtual ~QVRBaseFunctor();
+  virtual ~QVRBaseFunctor() = default;
 
   /// @return the body, still the functor's; null where it is empty, as this class
   ///   itself always is.

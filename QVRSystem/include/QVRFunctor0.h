@@ -40,7 +40,7 @@ class QVRSYSTEM_API QVRFunctor0 : public QVRBaseFunctor {
 
   QVRFunctor0(const QVRFunctor0& other);
   QVRFunctor0(QVRFunctor0&& other) noexcept = default;
-  ~QVRFunctor0() override;
+  ~QVRFunctor0() override = default;
 
   /// Deletes its own body, then clones the other's, unless it assigns itself. Empty if
   /// either throws.

@@ -1,6 +1,8 @@
 // A functor as something to run.
 #pragma once
 
+#include <utility>
+
 #include "QVRFunctor0.h"
 #include "QVRSysIRunnableBody.h"
 #include "QVRSystemExport.h"
@@ -19,7 +21,7 @@ class QVRSYSTEM_API QVRSysRunnableFunctorBody : public QVRSysIRunnableBody {
   /// Of an empty functor: running it does nothing.
   QVRSysRunnableFunctorBody() noexcept = default;
 
-  explicit QVRSysRunnableFunctorBody(QVRFunctor0 functor) noexcept;
+  explicit QVRSysRunnableFunctorBody(QVRFunctor0 functor) noexcept : functor_(std::move(functor)) {}
 
   /// Does nothing.
   void initialize() override;

@@ -2,8 +2,6 @@
 
 _QVRBaseFunctorBody::~_QVRBaseFunctorBody() noexcept(false) = default;
 
-QVRBaseFunctor::~QVRBaseFunctor() = default;
-
 _QVRBaseFunctorBody* QVRBaseFunctor::getBody() const { return nullptr; }
 
 bool QVRBaseFunctor::operator==(const QVRBaseFunctor& other) const {

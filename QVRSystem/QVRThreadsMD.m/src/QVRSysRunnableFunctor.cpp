@@ -1,7 +1,6 @@
-#include <utility>
+#include "QVRSysRunnableFunctorBody.h"
 
 #include "QVREInternalError.h"
-#include "QVRSysRunnableFunctorBody.h"
 #include "QVRSystem/internal/QVRUnwinding.h"
 
 namespace {
@@ -10,9 +9,6 @@ constexpr char kSource[] = "QVRSystem/QVRThreadsMD.m/src/QVRSysRunnableFunctor";
 constexpr int kRunLine = 89;
 
 }  // namespace
-
-QVRSysRunnableFunctorBody::QVRSysRunnableFunctorBody(QVRFunctor0 functor) noexcept
-    : functor_(std::move(functor)) {}
 
 void QVRSysRunnableFunctorBody::initialize() {}
 
