@@ -100,11 +100,8 @@ ForkLock::ForkLock(ForkRank rank, ForEach forEach) noexcept : rank_(rank), forEa
 }
 
 void ForkLock::apply(const Action& action) const {
-  if (storage_ != nullptr) {
-    action(RecursiveLock(*storage_));
-  } else {
-    forEach_(action);
-  }
+  if (storage_ != nullptr) action(RecursiveLock(*storage_));
+  if (forEach_ != nullptr) forEach_(action);
 }
 
 }  // namespace qvr::internal
