@@ -96,6 +96,8 @@ class QVRSYSTEM_API QVRReadersWriterLock : public QVRSysIMutexLock {
     std::int32_t count = 0;                 // until they have looked again, woken ones included
   };
 
+  class QueuedWait;
+
   bool takeAlone(std::uint32_t self, std::int32_t firstHold) noexcept;
   bool giveBackAlone(std::uint32_t self) noexcept;
   void joinReaders(std::uint32_t self);

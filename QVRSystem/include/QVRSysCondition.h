@@ -54,8 +54,6 @@ class QVRSYSTEM_API QVRSysCondition : public QVRSysICondition {
   QVRSysIMutexLock* getLock() const override;
 
  private:
-  void append(qvr::internal::Waiter& waiter) noexcept;
-
   QVRSysMutexLock& lock_;
   QVRSysCriticalSection queueLock_ QVR_ACQUIRED_AFTER(lock_);  // never held while waiting
   // A qvr::internal::WaitList, which queueLock_ guards; whether anybody waits is

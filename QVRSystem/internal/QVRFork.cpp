@@ -1,5 +1,6 @@
 #include "QVRSystem/internal/QVRFork.h"
 
+#include "QVRSystem/internal/QVRThread.h"
 #include "QVRSystem/internal/QVRThreadState.h"
 #include "QVRSystem/platform/QVRPlatformThread.h"
 
@@ -78,6 +79,7 @@ void continueInParent() { ForkLockList::forEachBackwards(Release()); }
 void continueInChild() {
   const std::uint32_t before = currentThreadId();
   ForkLockList::forEach(HandOver(before, refreshThreadId()));
+  Thread::continueInChild();
   ForkLockList::forEachBackwards(Release());
 }
 
@@ -98,11 +100,8 @@ ForkLock::ForkLock(ForkRank rank, ForEach forEach) noexcept : rank_(rank), forEa
 }
 
 void ForkLock::apply(const Action& action) const {
-  if (forEach_ != nullptr) {
-    forEach_(action);
-  } else {
-    action(RecursiveLock(*storage_));
-  }
+  if (storage_ != nullptr) action(RecursiveLock(*storage_));
+  if (forEach_ != nullptr) forEach_(action);
 }
 
 }  // namespace qvr::internal

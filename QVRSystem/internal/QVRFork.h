@@ -15,6 +15,8 @@ enum class ForkRank {
   TraceSettings,
   TimeZone,
   OrphanedMutexes,
+  EndedThreads,
+  ThreadAttribute,
   PoolCreation,
   PoolBuckets,
 };

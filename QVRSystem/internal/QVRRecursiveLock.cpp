@@ -7,6 +7,7 @@ namespace qvr::internal {
 
 void RecursiveLock::acquireSlowly(RecursiveLockStorage& storage) noexcept {
   RecursiveLock lock(storage);
+  const LockWait wait(storage[0]);
   // Whoever has slept takes the lock as contended: others may sleep still.
   while (lock.word().exchange(kContended, std::memory_order_acquire) != kFree) {
     waitWhile(storage[0], kContended);

@@ -2,6 +2,7 @@
 
 #include "QVRSystem/internal/QVRAtomic.h"
 #include "QVRSystem/internal/QVRDeferredWake.h"
+#include "QVRSystem/internal/QVRThread.h"
 #include "QVRSystem/platform/QVRPlatformThread.h"
 
 namespace qvr::internal {
@@ -32,6 +33,7 @@ class ThreadEndKey {
   static void threadEnds(void* /*state*/) {
     threadState.isEndWatched = false;
     giveDeferredWake();
+    Thread::leave();
   }
 
   std::uint32_t key_ = 0;

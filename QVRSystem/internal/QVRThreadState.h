@@ -3,16 +3,40 @@
 
 #include <atomic>
 #include <cstdint>
+#include <utility>
 
 #include "QVRThreadIdAccess.h"
 
 namespace qvr::internal {
+
+class Thread;
+
+/// A wait that leaves traces elsewhere, of which there is one at a time. Where its thread is
+/// ended between begin() and end() it ends as if it had never begun: the thread then calls
+/// leave(), not from inside a short section.
+class EndableWait {
+ public:
+  virtual void leave() noexcept = 0;
+
+  EndableWait(const EndableWait&) = delete;
+  EndableWait& operator=(const EndableWait&) = delete;
+
+ protected:
+  EndableWait() = default;
+  ~EndableWait() = default;
+
+  void begin() noexcept;
+  void end() noexcept;
+};
 
 struct ThreadState {
   std::atomic<std::uint32_t> shortSections = 0;  // how many the thread is inside
   std::uint64_t serial = 0;               // its number in the process; 0 until first asked for
   std::uint32_t* deferredWake = nullptr;  // as QVRDeferredWake.h says
   bool isEndWatched = false;              // whether its end makes up for that
+  Thread* thread = nullptr;               // null where the library did not make it
+  EndableWait* wait = nullptr;            // that it is in
+  std::uint32_t* sleepWord = nullptr;     // of the lock for which it waits
 };
 
 // Initial-exec: one read to reach, and safe to read in a signal handler.
@@ -68,6 +92,40 @@ inline void endShortSection(std::uint32_t outer) noexcept {
   std::atomic_signal_fence(std::memory_order_seq_cst);
   threadState.shortSections.store(outer, std::memory_order_relaxed);
 }
+
+inline bool isInShortSection() noexcept {
+  return threadState.shortSections.load(std::memory_order_relaxed) != 0;
+}
+
+inline void EndableWait::begin() noexcept {
+  threadState.wait = this;
+  std::atomic_signal_fence(std::memory_order_seq_cst);
+}
+
+inline void EndableWait::end() noexcept {
+  std::atomic_signal_fence(std::memory_order_seq_cst);
+  threadState.wait = nullptr;
+}
+
+/// Notes for its scope on which word of a lock the thread may be woken: one that is
+/// stopped behind its wake-up passes it on.
+class LockWait {
+ public:
+  explicit LockWait(std::uint32_t& word) noexcept
+      : outer_(std::exchange(threadState.sleepWord, &word)) {
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+  }
+  ~LockWait() {
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    threadState.sleepWord = outer_;
+  }
+
+  LockWait(const LockWait&) = delete;
+  LockWait& operator=(const LockWait&) = delete;
+
+ private:
+  std::uint32_t* const outer_;  // in the handler of a signal
+};
 
 /// Marks a short critical section of the library for its scope: whoever would
 /// suspend or end the thread lets it out first. No caller's code runs inside.

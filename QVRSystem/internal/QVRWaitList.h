@@ -83,6 +83,22 @@ class WaitList {
     return first;
   }
 
+  /// Takes the thread off the list. @return whether it was there. Linear in its length.
+  bool remove(Waiter& waiter) noexcept {
+    Waiter* const latest = last().load(std::memory_order_relaxed);
+    if (latest == nullptr) return false;
+    Waiter* before = latest;
+    while (before->next_ != &waiter) {
+      before = before->next_;
+      if (before == latest) return false;
+    }
+    before->next_ = waiter.next_;
+    if (latest == &waiter) {
+      last().store(before == &waiter ? nullptr : before, std::memory_order_relaxed);
+    }
+    return true;
+  }
+
   /// @return all of them, taken off the list, for wakeAll().
   Waiter* takeAll() noexcept {
     Waiter* const latest = last().exchange(nullptr, std::memory_order_relaxed);

@@ -3,9 +3,17 @@
 // Every function returns 0 or the system's error number and throws nothing.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "QVRSystem/platform/QVRPlatformNamespace.h"
+
+namespace qvr {
+
+/// A thread that was made here.
+using PlatformThread = std::uint64_t;
+
+}  // namespace qvr
 
 namespace qvr::QVR_PLATFORM {
 
@@ -22,6 +30,9 @@ int processorCount(std::uint64_t& count) noexcept;
 /// past the clock's range last as long as the clock can count. Not noexcept: the
 /// unwinding of a thread that is cancelled in its sleep passes.
 int sleepFor(std::uint64_t milliseconds);
+
+/// Sleeps about so long; a signal may end it before.
+int nap(std::uint64_t nanoseconds) noexcept;
 
 /// Gives up the rest of the time slice.
 int yield() noexcept;
@@ -56,6 +67,25 @@ int setThreadValue(std::uint32_t key, void* value) noexcept;
 
 /// Ends the key; `atEnd` is called for it no more.
 int closeThreadKey(std::uint32_t key) noexcept;
+
+/// Makes a thread that runs `entry(argument)` and is to be joined. It takes over the
+/// caller's mask of signals.
+/// @param stackSize bytes; the system's own size where that is not smaller.
+int createThread(PlatformThread& made, std::size_t stackSize, void* (*entry)(void*),
+                 void* argument) noexcept;
+
+/// Waits until the thread has ended, and frees what the system kept of it. Once a thread.
+int joinThread(PlatformThread thread) noexcept;
+
+/// Has the calling thread freed when it ends, without a join.
+int detachCallingThread() noexcept;
+
+/// Ends the calling thread here and now: nothing of it is run any more, neither
+/// destructors nor what the C library does at its end. It still is to be joined.
+[[noreturn]] void exitThread() noexcept;
+
+/// The nice value of a living thread.
+int setNiceValue(std::uint32_t threadId, int value) noexcept;
 
 /// Has the three called around every fork from now on: `prepare` before it,
 /// `parent` and `child` behind it in the respective process.

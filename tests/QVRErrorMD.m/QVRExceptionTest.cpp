@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <clocale>
-#include <cstring>
+#include <cstddef>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -15,6 +15,7 @@
 #include "QVREOutOfRange.h"
 #include "support/AssertRecorder.h"
 #include "support/ScopedLocale.h"
+#include "support/VirtualSlot.h"
 
 namespace {
 
@@ -40,15 +41,6 @@ class FailingMsg : public QVRMsgData {
   Failure failure_;
 };
 
-/// The place of a virtual operation in its table, as this platform's member
-/// pointers tell it; only differences count.
-template <class Member>
-std::ptrdiff_t slotOf(Member member) {
-  std::ptrdiff_t offset = 0;
-  std::memcpy(&offset, &member, sizeof offset);
-  return offset / static_cast<std::ptrdiff_t>(sizeof(void*));
-}
-
 TEST(QVRExceptionTest, IsAStandardExceptionFirst) {
   const QVREOutOfRange error(u"text", kFile, 42);
   const auto* const object = static_cast<const void*>(&error);
@@ -59,7 +51,7 @@ TEST(QVRExceptionTest, IsAStandardExceptionFirst) {
 }
 
 TEST(QVRExceptionTest, VirtualOperationsStandInTheirOrder) {
-  const std::ptrdiff_t what =
+  const std::size_t what =
       slotOf(static_cast<const char* (std::exception::*)() const noexcept>(&std::exception::what));
 
   EXPECT_EQ(slotOf(&QVRException::raise), what + 1);

@@ -11,7 +11,6 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <ctime>
 #include <initializer_list>
 #include <latch>
@@ -30,6 +29,7 @@
 #include "support/AllocationRefuser.h"
 #include "support/ScopedEnvironment.h"
 #include "support/ScopedLocale.h"
+#include "support/VirtualSlot.h"
 
 namespace {
 
@@ -509,16 +509,6 @@ TEST(QVRLocaleTest, EveryValueEndsInTheNarrowPutAndThatInTheWideOne) {
   locale.putMoney(out, 2, QVRMsgBase::NoSymbol);
   EXPECT_EQ(out, u"<$   2>");
   EXPECT_EQ(locale.narrow, 7);
-}
-
-// An operation's place in the table of virtual ones, the two of the destructor
-// counted as one.
-template <class Member>
-std::size_t slotOf(Member member) {
-  std::array<std::uintptr_t, 2> words;
-  static_assert(sizeof words == sizeof member);
-  std::memcpy(words.data(), &member, sizeof member);
-  return (words[0] - 1) / sizeof(void*);
 }
 
 TEST(QVRLocaleTest, VirtualOperationsStandInTheirOrder) {

@@ -1,10 +1,6 @@
 // What the root keeps to itself and its derived classes.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-#include <cstring>
-
 #include "QVRDynamicObject.h"
 
 struct QVRDynamicObjectTestAccess {
@@ -29,13 +25,3 @@ struct QVRDynamicObjectTestAccess {
   static constexpr auto kReplicateObject = &QVRDynamicObject::replicateObject;
   static constexpr auto kDuplicateObject = &QVRDynamicObject::duplicateObject;
 };
-
-/// Where a virtual operation stands in the table: a pointer to it is the offset, and
-/// one more where a bit tells it from the address of a function.
-template <class Operation>
-std::size_t slotOf(Operation operation) {
-  std::uintptr_t words[2];
-  static_assert(sizeof words == sizeof operation);
-  std::memcpy(words, &operation, sizeof words);
-  return words[0] / sizeof(void*);
-}

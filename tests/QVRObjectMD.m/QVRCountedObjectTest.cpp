@@ -18,6 +18,7 @@
 #include "DynamicObjectAccess.h"
 #include "PoolUse.h"
 #include "support/AllocationRefuser.h"
+#include "support/VirtualSlot.h"
 
 namespace {
 

@@ -12,6 +12,7 @@
 #include "DynamicObjectAccess.h"
 #include "PoolUse.h"
 #include "QVRCountedObject.h"
+#include "support/VirtualSlot.h"
 
 namespace {
 

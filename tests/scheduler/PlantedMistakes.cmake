@@ -95,10 +95,10 @@ qvr_planted_mistake(PlantedDeferredWakeForgotten FOUND_BY QVRSysCondition/
   BECOMES "  if (platform::releaseMutex(mutex_) == 0) {")
 qvr_planted_mistake(PlantedReleaseBeforeTheQueue FOUND_BY QVRSysCondition/
   IN QVRThreadsMD.m/src/QVRSysCondition.cpp
-  LINE "  append(self);
+  LINE "  ListedWait self(waiters_, queueLock_);
   NativeMutex::release(lock_.native_);"
   BECOMES "  NativeMutex::release(lock_.native_);
-  append(self);")
+  ListedWait self(waiters_, queueLock_);")
 qvr_planted_mistake(PlantedSignalDropsTheOthers FOUND_BY QVRSysCondition/signalGoesToTheLongestWaiting
   IN QVRThreadsMD.m/src/QVRSysCondition.cpp
   LINE "  Waiter* const first = WaitList(waiters_).takeFirst();"

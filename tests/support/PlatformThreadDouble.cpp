@@ -5,6 +5,7 @@ QVR_REAL_FUNCTION(threadId)
 QVR_REAL_FUNCTION(processId)
 QVR_REAL_FUNCTION(processorCount)
 QVR_REAL_FUNCTION(sleepFor)
+QVR_REAL_FUNCTION(nap)
 QVR_REAL_FUNCTION(yield)
 QVR_REAL_FUNCTION(waitWhile)
 QVR_REAL_FUNCTION(wake)
@@ -15,6 +16,11 @@ QVR_REAL_FUNCTION(restoreCancellation)
 QVR_REAL_FUNCTION(createThreadKey)
 QVR_REAL_FUNCTION(setThreadValue)
 QVR_REAL_FUNCTION(closeThreadKey)
+QVR_REAL_FUNCTION(createThread)
+QVR_REAL_FUNCTION(joinThread)
+QVR_REAL_FUNCTION(detachCallingThread)
+QVR_REAL_FUNCTION(exitThread)
+QVR_REAL_FUNCTION(setNiceValue)
 QVR_REAL_FUNCTION(atFork)
 
 namespace qvr::platform {
@@ -41,6 +47,7 @@ int processorCount(std::uint64_t& count) noexcept {
 int sleepFor(std::uint64_t milliseconds) {
   return forward("sleepFor", &posix::sleepFor, milliseconds);
 }
+int nap(std::uint64_t nanoseconds) noexcept { return forward("nap", &posix::nap, nanoseconds); }
 int yield() noexcept { return forward("yield", &posix::yield); }
 int prepareBarrierOfAllThreads() noexcept {
   return forward("prepareBarrierOfAllThreads", &posix::prepareBarrierOfAllThreads);
@@ -56,6 +63,20 @@ int restoreCancellation(int before) noexcept {
 }
 int setThreadValue(std::uint32_t key, void* value) noexcept {
   return forward("setThreadValue", &posix::setThreadValue, key, value);
+}
+int createThread(PlatformThread& made, std::size_t stackSize, void* (*entry)(void*),
+                 void* argument) noexcept {
+  return forward("createThread", &posix::createThread, made, stackSize, entry, argument);
+}
+int joinThread(PlatformThread thread) noexcept {
+  return forward("joinThread", &posix::joinThread, thread);
+}
+int detachCallingThread() noexcept {
+  return forward("detachCallingThread", &posix::detachCallingThread);
+}
+void exitThread() noexcept { posix::exitThread(); }
+int setNiceValue(std::uint32_t threadId, int value) noexcept {
+  return forward("setNiceValue", &posix::setNiceValue, threadId, value);
 }
 int atFork(void (*prepare)(), void (*parent)(), void (*child)()) noexcept {
   return forward("atFork", &posix::atFork, prepare, parent, child);

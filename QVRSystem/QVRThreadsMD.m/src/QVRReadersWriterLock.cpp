@@ -10,6 +10,7 @@
 #include "QVRSystem/internal/QVRWaitList.h"
 
 using qvr::internal::currentThreadId;
+using qvr::internal::EndableWait;
 using qvr::internal::HolderIndex;
 using qvr::internal::ShortHold;
 using qvr::internal::ShortSectionPause;
@@ -287,17 +288,46 @@ std::unique_ptr<HolderIndex> QVRReadersWriterLock::makeIndex(std::size_t entries
   return index;
 }
 
+/// A thread in one of the queues. Made and ended by it with the monitor held.
+class QVRReadersWriterLock::QueuedWait final : public EndableWait {
+ public:
+  QueuedWait(QVRReadersWriterLock& lock, Queue& queue) noexcept : lock_(lock), queue_(queue) {
+    WaitList(queue_.list).append(waiter_);
+    ++queue_.count;
+    begin();
+  }
+  ~QueuedWait() {
+    end();
+    --queue_.count;
+  }
+
+  void sleep() noexcept { waiter_.sleep(); }
+
+  // Readers may have waited for this writer only.
+  void leave() noexcept override {
+    ShortHold hold(lock_.monitor_);
+    const bool isWoken = !WaitList(queue_.list).remove(waiter_);
+    --queue_.count;
+    Waiter* const next = &queue_ == &lock_.writers_ ? lock_.takeNext() : nullptr;
+    hold.release();
+    WaitList::wakeAll(next);
+    if (isWoken) waiter_.sleep();
+  }
+
+ private:
+  QVRReadersWriterLock& lock_;
+  Queue& queue_;
+  Waiter waiter_;
+};
+
 void QVRReadersWriterLock::wait(Queue& queue) {
-  Waiter self;
-  WaitList(queue.list).append(self);
-  ++queue.count;
+  QueuedWait self(*this, queue);
   monitor_.release();
   {
     const ShortSectionPause pause;
     self.sleep();
   }
   monitor_.acquire();
-  --queue.count;
 }
 
 Waiter* QVRReadersWriterLock::giveBack(int entry) {

@@ -1,14 +1,48 @@
 #include "QVRSysCondition.h"
 
 #include "QVRShortHold.h"
+#include "QVRSysCriticalSection.h"
 #include "QVRSysMutexLock.h"
 #include "QVRSystem/internal/QVRNativeMutex.h"
+#include "QVRSystem/internal/QVRThreadState.h"
 #include "QVRSystem/internal/QVRWaitList.h"
 
+using qvr::internal::EndableWait;
 using qvr::internal::NativeMutex;
 using qvr::internal::ShortHold;
 using qvr::internal::Waiter;
 using qvr::internal::WaitList;
+
+namespace {
+
+class ListedWait final : public EndableWait {
+ public:
+  ListedWait(Waiter*& list, QVRSysCriticalSection& lock) noexcept : list_(list), lock_(lock) {
+    const ShortHold hold(lock_);
+    WaitList(list_).append(waiter_);
+    begin();
+  }
+
+  void sleep() noexcept {
+    waiter_.sleep();
+    end();
+  }
+
+  // A signal that fell to it before is spent.
+  void leave() noexcept override {
+    ShortHold hold(lock_);
+    if (WaitList(list_).remove(waiter_)) return;
+    hold.release();
+    waiter_.sleep();
+  }
+
+ private:
+  Waiter*& list_;
+  QVRSysCriticalSection& lock_;
+  Waiter waiter_;
+};
+
+}  // namespace
 
 void QVRSysCondition::signal() {
   if (WaitList(waiters_).isEmpty()) return;
@@ -32,16 +66,10 @@ void QVRSysCondition::signalAll() {
 }
 
 void QVRSysCondition::wait() {
-  Waiter self;
-  append(self);
+  ListedWait self(waiters_, queueLock_);
   NativeMutex::release(lock_.native_);
   self.sleep();
   NativeMutex::acquire(lock_.native_);
 }
 
 QVRSysIMutexLock* QVRSysCondition::getLock() const { return &lock_; }
-
-void QVRSysCondition::append(Waiter& waiter) noexcept {
-  const ShortHold hold(queueLock_);
-  WaitList(waiters_).append(waiter);
-}

@@ -4,13 +4,50 @@
 #include <linux/membarrier.h>
 #include <pthread.h>
 #include <sched.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <ctime>
 
+#include "QVRSystem/platform/posix/QVRPosixNotCancelled.h"
+
 namespace qvr::QVR_PLATFORM {
+
+namespace {
+
+static_assert(sizeof(pthread_t) == sizeof(PlatformThread));
+
+/// How a thread is made whose stack is larger than the system's own.
+class LargeStack {
+ public:
+  explicit LargeStack(std::size_t bytes) noexcept {
+    // What the C library keeps on a stack comes on top: its guard, static thread-local objects.
+    constexpr std::size_t kOverhead = 64 * 1024;
+    error_ = pthread_attr_init(&attributes_);
+    if (error_ != 0) return;
+    std::size_t usual = 0;
+    error_ = pthread_attr_getstacksize(&attributes_, &usual);
+    if (error_ != 0 || bytes <= usual) return;
+    error_ = pthread_attr_setstacksize(&attributes_, bytes + kOverhead);
+  }
+  ~LargeStack() {
+    if (error_ == 0) pthread_attr_destroy(&attributes_);
+  }
+
+  LargeStack(const LargeStack&) = delete;
+  LargeStack& operator=(const LargeStack&) = delete;
+
+  int error() const noexcept { return error_; }
+  const pthread_attr_t* attributes() const noexcept { return &attributes_; }
+
+ private:
+  int error_;
+  pthread_attr_t attributes_;
+};
+
+}  // namespace
 
 int threadId(std::uint32_t& id) noexcept {
   id = static_cast<std::uint32_t>(syscall(SYS_gettid));
@@ -49,6 +86,12 @@ int sleepFor(std::uint64_t milliseconds) {
   return result;
 }
 
+int nap(std::uint64_t nanoseconds) noexcept {
+  const timespec time{0, static_cast<long>(nanoseconds)};
+  const NotCancelled scope;
+  return nanosleep(&time, nullptr) == 0 ? 0 : errno;
+}
+
 int yield() noexcept { return sched_yield() == 0 ? 0 : errno; }
 
 int waitWhile(std::uint32_t& word, std::uint32_t expected) noexcept {
@@ -84,6 +127,29 @@ int setThreadValue(std::uint32_t key, void* value) noexcept {
 }
 
 int closeThreadKey(std::uint32_t key) noexcept { return pthread_key_delete(key); }
+
+int createThread(PlatformThread& made, std::size_t stackSize, void* (*entry)(void*),
+                 void* argument) noexcept {
+  if (stackSize == 0) return pthread_create(&made, nullptr, entry, argument);
+  const LargeStack stack(stackSize);
+  if (stack.error() != 0) return stack.error();
+  return pthread_create(&made, stack.attributes(), entry, argument);
+}
+
+int joinThread(PlatformThread thread) noexcept {
+  const NotCancelled scope;
+  return pthread_join(thread, nullptr);
+}
+
+int detachCallingThread() noexcept { return pthread_detach(pthread_self()); }
+
+void exitThread() noexcept {
+  for (;;) syscall(SYS_exit, 0);
+}
+
+int setNiceValue(std::uint32_t threadId, int value) noexcept {
+  return setpriority(PRIO_PROCESS, threadId, value) == 0 ? 0 : errno;
+}
 
 int atFork(void (*prepare)(), void (*parent)(), void (*child)()) noexcept {
   return pthread_atfork(prepare, parent, child);

@@ -36,6 +36,27 @@ class ShortSection {
   ShortSection& operator=(const ShortSection&) = delete;
 };
 
+/// Nothing ends the scheduler's threads from outside.
+class EndableWait {
+ public:
+  virtual void leave() noexcept = 0;
+
+  EndableWait(const EndableWait&) = delete;
+  EndableWait& operator=(const EndableWait&) = delete;
+
+ protected:
+  EndableWait() = default;
+  ~EndableWait() = default;
+
+  void begin() noexcept {}
+  void end() noexcept {}
+};
+
+class LockWait {
+ public:
+  explicit LockWait(std::uint32_t& /*word*/) noexcept {}
+};
+
 class ShortSectionPause {
  public:
   ShortSectionPause() noexcept : marks_(std::exchange(scheduler::shortSections(), 0)) {}

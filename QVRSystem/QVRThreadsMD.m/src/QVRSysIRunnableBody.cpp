@@ -1,0 +1,3 @@
+#include "QVRSysIRunnableBody.h"
+
+QVRSysIRunnableBody::~QVRSysIRunnableBody() noexcept(false) = default;

@@ -1,0 +1,205 @@
+#include <utility>
+
+#include "QVRAssert.h"
+#include "QVREInternalError.h"
+#include "QVRELogicError.h"
+#include "QVREResourceLimit.h"
+#include "QVRSysRunnableFunctorBody.h"
+#include "QVRSysThreadBody.h"
+#include "QVRSystem/internal/QVRThread.h"
+
+using qvr::internal::Thread;
+using qvr::internal::ThreadSettings;
+using qvr::internal::ThreadWork;
+
+namespace {
+
+// What callers see.
+constexpr char kSource[] = "QVRSystem/QVRThreadsMD.m/src/QVRSysThread";
+constexpr int kSetPriorityLine = 191;
+constexpr int kStartSuspendedLine = 326;
+constexpr int kStartNotIdleLine = 345;
+constexpr int kCreationLine = 360;
+constexpr int kSuspendIdleLine = 405;
+constexpr int kSuspendLine = 411;
+constexpr int kSuspendCountLine = 413;
+constexpr int kResumeLine = 443;
+constexpr int kResumeCountLine = 444;
+constexpr int kResumeStateLine = 456;
+constexpr int kJoinSuspendedLine = 547;
+constexpr int kJoinUnknownLine = 551;
+
+void check(bool holds, const char* expression, int line) {
+  if (!holds) QVRReportAssert("Assertion", expression, kSource, line);
+}
+
+void checkSuspension(long count) {
+  check(count != Thread::kFailed, "ecode != -1", kSuspendLine);
+  check(count == 0, "ecode == 0", kSuspendCountLine);
+}
+
+// The work of a thread: its own reference to the runnable.
+void run(void* runnable) { static_cast<QVRSysIRunnableBody*>(runnable)->run(); }
+void drop(void* runnable) { static_cast<QVRSysIRunnableBody*>(runnable)->removeReference(); }
+
+ThreadWork workOf(const QVRCountedPointer<QVRSysIRunnableBody>& runnable) {
+  if (runnable) runnable->addReference();
+  return {&run, &drop, runnable.get()};
+}
+
+bool isPriority(const QVRSysThreadAttribute& attribute) {
+  const int priority = attribute.getPriority();
+  return attribute.getMinimumPriority() <= priority && priority <= attribute.getMaximumPriority();
+}
+
+ThreadSettings settingsOf(const QVRSysThreadAttribute& attribute) {
+  ThreadSettings settings;
+  settings.stackSize = attribute.getInitialCommittedStackSize();
+  settings.isSuspended = (attribute.getCreateSuspendedFlag() & QVR_SYS_CREATE_SUSPENDED) != 0;
+  if (isPriority(attribute)) settings.niceValue = -attribute.getPriority();
+  return settings;
+}
+
+}  // namespace
+
+QVRSysThreadBody::QVRSysThreadBody(QVRCountedPointer<QVRSysIRunnableBody> runnable)
+    : QVRSysThreadBody(std::move(runnable), QVRSysThreadAttribute::Default()) {}
+
+QVRSysThreadBody::QVRSysThreadBody(QVRCountedPointer<QVRSysIRunnableBody> runnable,
+                                   const QVRSysThreadAttribute& attribute)
+    : runnable_(std::move(runnable)), attribute_(attribute) {}
+
+QVRSysThreadBody::~QVRSysThreadBody() noexcept(false) {
+  // Whatever join() throws, the thread must not outlive what it was to be joined by.
+  struct LetGo {
+    QVRSysThreadBody& body;
+    ~LetGo() { body.letGo(); }
+  };
+  const LetGo letGo{*this};
+  join();
+}
+
+void QVRSysThreadBody::start() {
+  if (isSuspended()) {
+    throw QVREInternalError(u" Trying to start a suspended thread; \t\t\tresume it first ", kSource,
+                            kStartSuspendedLine);
+  }
+  if (isRunning()) join();
+  check(isIdle(), "state_ == QVR_SYS_IDLE", kStartNotIdleLine);
+  setState(QVR_SYS_RUNNING);
+  create();
+}
+
+// The new thread finds its body complete: what it is known by is written before it runs.
+void QVRSysThreadBody::create() {
+  letGo();
+  thread_ = new Thread(workOf(runnable_));
+  if (thread_->start(settingsOf(attribute_)) == 0) return;
+  letGo();
+  throw QVREResourceLimit(u" Thread creation failed ", kSource, kCreationLine);
+}
+
+// The thread, where there is one, is on its own from here on.
+void QVRSysThreadBody::letGo() noexcept {
+  if (Thread* const thread = std::exchange(thread_, nullptr)) thread->letGo();
+}
+
+bool QVRSysThreadBody::suspend() {
+  const QVRSysExecutionState state = getState();
+  if (state == QVR_SYS_SUSPENDED) return true;
+  if (state == QVR_SYS_IDLE) {
+    throw QVRELogicError(u" Trying to suspend an idle thread ", kSource, kSuspendIdleLine);
+  }
+  if (state != QVR_SYS_RUNNING) return false;
+  if (thread_ != nullptr && thread_->isCaller()) return suspendSelf();
+  const long count = thread_ == nullptr ? Thread::kFailed : thread_->suspend();
+  checkSuspension(count);
+  setState(QVR_SYS_SUSPENDED);
+  return true;
+}
+
+// By the time this goes on somebody has resumed it, and said so.
+bool QVRSysThreadBody::suspendSelf() {
+  setState(QVR_SYS_SUSPENDED);
+  checkSuspension(thread_->suspend());
+  return true;
+}
+
+void QVRSysThreadBody::resume() {
+  if (!isSuspended()) {
+    throw QVRELogicError(u" Trying to resume a thread \t\t\tthat was not suspended ", kSource,
+                         kResumeStateLine);
+  }
+  // Before it runs: it may suspend itself again at once.
+  setState(QVR_SYS_RUNNING);
+  const long count = thread_ == nullptr ? Thread::kFailed : thread_->resume();
+  check(count != Thread::kFailed, "ecode != -1", kResumeLine);
+  check(count == 1, "ecode == 1", kResumeCountLine);
+}
+
+bool QVRSysThreadBody::join() {
+  if (attribute_.getDetachState() != QVR_SYS_JOINABLE) return false;
+  switch (getState()) {
+    case QVR_SYS_IDLE:
+      return true;
+    case QVR_SYS_SUSPENDED:
+      throw QVREInternalError(
+          u" cannot join / delete a suspended thread; resume it or cancel it first ", kSource,
+          kJoinSuspendedLine);
+    case QVR_SYS_RUNNING:
+      return thread_ == nullptr || !thread_->isCaller() ? joinRunning() : false;
+  }
+  throw QVREInternalError(u" unknown thread state ", kSource, kJoinUnknownLine);
+}
+
+bool QVRSysThreadBody::joinRunning() {
+  const bool hasEnded = thread_ != nullptr && thread_->join();
+  id_ = getThreadId();
+  id_.clear();
+  letGo();
+  setState(QVR_SYS_IDLE);
+  return hasEnded;
+}
+
+bool QVRSysThreadBody::cancel() {
+  if (isIdle()) return true;
+  if (thread_ == nullptr) return false;
+  if (thread_->isCaller()) setState(QVR_SYS_IDLE);
+  if (!thread_->cancel()) return false;
+  setState(QVR_SYS_IDLE);
+  return true;
+}
+
+bool QVRSysThreadBody::setRunnable(QVRCountedPointer<QVRSysIRunnableBody> runnable) {
+  if (!isIdle()) return false;
+  runnable_ = std::move(runnable);
+  return true;
+}
+
+QVRSysThreadId QVRSysThreadBody::getThreadId() const noexcept {
+  return thread_ == nullptr ? id_ : QVRSysThreadId(thread_->id());
+}
+
+void QVRSysThreadBody::setPriority(int priority) {
+  attribute_.setPriority(priority);
+  if (isIdle()) return;
+  const bool isSet = isPriority(attribute_) && thread_ != nullptr &&
+                     thread_->setNiceValue(-attribute_.getPriority());
+  check(isSet, "result", kSetPriorityLine);
+}
+
+bool operator==(QVRCountedPointer<QVRSysThreadBody> left,
+                QVRCountedPointer<QVRSysThreadBody> right) {
+  return left->getThreadId() == right->getThreadId();
+}
+
+bool operator<(QVRCountedPointer<QVRSysThreadBody> left,
+               QVRCountedPointer<QVRSysThreadBody> right) {
+  return left->getThreadId() < right->getThreadId();
+}
+
+QVRCountedPointer<QVRSysThreadBody> QVRMakeThread(QVRFunctor0 functor) {
+  const QVRCountedPointer<QVRSysIRunnableBody> runnable(
+      new QVRSysRunnableFunctorBody(std::move(functor)));
+  return new QVRSysThreadBody(runnable);
+}

@@ -1,0 +1,365 @@
+#include "QVRSystem/internal/QVRThread.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+#include "QVRSystem/internal/QVRDeferredWake.h"
+#include "QVRSystem/internal/QVRFork.h"
+#include "QVRSystem/internal/QVRThreadState.h"
+
+namespace qvr::internal {
+
+namespace {
+
+// Written for id_ by whoever waits for it.
+constexpr std::uint32_t kWanted = 0xFFFFFFFF;
+
+// After how long a thread is asked again that could not be stopped where it was.
+constexpr std::uint64_t kShortestPauseNs = 4'000;
+constexpr std::uint64_t kMorePausesNs = 0x3FFF;
+constexpr std::uint64_t kPauseWithoutTimerNs = 20'000;
+
+constinit RecursiveLockStorage endedLock{};
+const ForkLock forkEndedLock(ForkRank::EndedThreads, &endedLock);
+
+// Counted up in each child of a fork, which has none of the threads made before but one.
+constinit Atomic<std::uint32_t> process = 0;
+
+/// Holds a lock of this source for a scope.
+class ShortLock {
+ public:
+  explicit ShortLock(RecursiveLockStorage& storage) noexcept : lock_(storage) { lock_.acquire(); }
+  ~ShortLock() { lock_.release(); }
+
+  ShortLock(const ShortLock&) = delete;
+  ShortLock& operator=(const ShortLock&) = delete;
+
+ private:
+  const ShortSection section_;
+  RecursiveLock lock_;
+};
+
+}  // namespace
+
+/// Threads that ended themselves by the kernel's means when nobody was left to free them.
+class EndedThreads {
+ public:
+  /// For the thread itself, which ends next.
+  static void add(Thread& thread) noexcept {
+    const ShortLock lock(endedLock);
+    thread.nextEnded_ = std::exchange(first_, &thread);
+  }
+
+  static void free() noexcept {
+    Thread* thread = takeAll();
+    while (thread != nullptr) {
+      Thread* const next = thread->nextEnded_;
+      thread->free();
+      delete thread;
+      thread = next;
+    }
+  }
+
+ private:
+  using AtomicLink = AtomicRef<Thread*>;
+
+  static Thread* takeAll() noexcept {
+    if (AtomicLink(first_).load(std::memory_order_relaxed) == nullptr) return nullptr;
+    const ShortLock lock(endedLock);
+    return AtomicLink(first_).exchange(nullptr, std::memory_order_relaxed);
+  }
+
+  static constinit Thread* first_;  // guarded by endedLock; null is also read without it
+};
+
+constinit Thread* EndedThreads::first_ = nullptr;
+
+// Twice does no harm, and a lock would be held while the loader is asked.
+int Thread::prepareStops() noexcept {
+  static constinit Atomic<bool> isPrepared = false;
+  if (isPrepared.load(std::memory_order_acquire)) return 0;
+  const int error = platform::handleStops(&Thread::handleStop);
+  if (error == 0) isPrepared.store(true, std::memory_order_release);
+  return error;
+}
+
+int Thread::start(const ThreadSettings& settings) noexcept {
+  EndedThreads::free();
+  if (const int error = prepareStops(); error != 0) return error;
+  settings_ = settings;
+  process_ = process.load(std::memory_order_relaxed);
+  word().store(settings.isSuspended ? 1 : 0, std::memory_order_relaxed);
+  const int error = platform::createThread(native_, settings.stackSize, &Thread::enter, this);
+  isFreed_ = error != 0;
+  if (error != 0) word().store(kEnded, std::memory_order_relaxed);
+  return error;
+}
+
+void* Thread::enter(void* thread) {
+  Thread& self = *static_cast<Thread*>(thread);
+  threadState.thread = &self;
+  platform::allowStops();
+  self.introduce();
+  // What runs while its thread-local objects are destroyed can be stopped too.
+  const bool isEndWatched = watchThreadEnd();
+  if (self.has(kCount)) self.stand();
+  self.work();
+  if (!isEndWatched) leave();
+  return nullptr;
+}
+
+// With its nice value: whoever knows the one finds the other set.
+void Thread::introduce() noexcept {
+  const std::uint32_t id = currentThreadId();
+  if (settings_.niceValue != 0) platform::setNiceValue(id, settings_.niceValue);
+  if (idWord().exchange(id, std::memory_order_release) == kWanted) wakeAll(&id_);
+}
+
+std::uint32_t Thread::id() noexcept {
+  std::uint32_t seen = 0;
+  idWord().compare_exchange_strong(seen, kWanted, std::memory_order_acquire);
+  while ((seen = idWord().load(std::memory_order_acquire)) == kWanted && !isElsewhere()) {
+    waitWhile(id_, kWanted);
+  }
+  return seen;
+}
+
+void Thread::work() {
+  // Also where the platform unwinds the thread.
+  struct Drop {
+    Thread& thread;
+    ~Drop() { thread.dropWork(); }
+  };
+  const Drop drop{*this};
+  if (work_.what != nullptr) work_.run(work_.what);
+}
+
+void Thread::dropWork() {
+  if (void* const what = std::exchange(work_.what, nullptr)) work_.drop(what);
+}
+
+void Thread::leave() noexcept {
+  Thread* const self = std::exchange(threadState.thread, nullptr);
+  if (self == nullptr || self->endRequests()) return;
+  platform::detachCallingThread();
+  delete self;
+}
+
+/// @return whether there is somebody to free it.
+bool Thread::endRequests() noexcept {
+  std::uint32_t before = 0;
+  {
+    // Nobody signals the identifier once it may belong to another thread.
+    const ShortLock lock(sendLock_);
+    before = word().fetch_or(kEnded, std::memory_order_acq_rel);
+  }
+  if ((before & kLetGo) != 0) return false;
+  answer();
+  return true;
+}
+
+void Thread::answer() noexcept {
+  answers().fetch_add(1, std::memory_order_release);
+  wakeAll(&answers_);
+}
+
+// All signals are blocked meanwhile.
+void Thread::handleStop(const void* context) noexcept {
+  Thread* const self = threadState.thread;
+  if (self == nullptr || self->has(kEnded)) return;
+  if (self->has(kCount | kCancelled)) {
+    const bool isInside =
+        isInShortSection() || platform::isInsideSystem(context, self->whereabouts_);
+    if (isInside && self->askAgain()) return;
+    if (!isInside) self->carryOutRequest();
+  }
+  self->answer();
+}
+
+void Thread::carryOutRequest() noexcept {
+  if (threadState.sleepWord != nullptr) wakeOne(threadState.sleepWord);
+  if (has(kCancelled)) endHere();
+  stand();
+}
+
+// A thread may be out of the system's code for a hundredth of its time only, and get to run
+// rarely. So it sees to it itself that it is asked often while it does run, at moments that
+// have nothing to do with what it is doing. The pauses grow, since some of it has to be left
+// for its work between two signals.
+bool Thread::askAgain() noexcept {
+  if (!hasTimer_.load(std::memory_order_acquire)) return false;
+  constexpr std::uint32_t kTimesPerDoubling = 1024;
+  constexpr std::uint32_t kMostDoublings = 10;
+  const std::uint32_t doublings = std::min(timesAsked_++ / kTimesPerDoubling, kMostDoublings);
+  // The linear congruential generator of Numerical Recipes, whose high bits serve.
+  random_ = random_ * 1'664'525 + 1'013'904'223;
+  const std::uint64_t pauseNs = kShortestPauseNs + (random_ >> 16 & kMorePausesNs);
+  return platform::startStopTimer(timer_, pauseNs << doublings) == 0;
+}
+
+void Thread::stand() noexcept {
+  std::uint32_t seen = word().load(std::memory_order_acquire);
+  while ((seen & kCount) != 0 || !word().compare_exchange_weak(seen, seen & ~kStanding)) {
+    if ((seen & kCancelled) != 0) endHere();
+    if ((seen & kCount) == 0) continue;
+    if ((seen & kStanding) == 0) {
+      word().fetch_or(kStanding, std::memory_order_acq_rel);
+      answer();
+    } else {
+      waitWhile(word_, seen);
+    }
+    seen = word().load(std::memory_order_acquire);
+  }
+}
+
+void Thread::endHere() noexcept {
+  if (threadState.wait != nullptr) threadState.wait->leave();
+  giveDeferredWake();
+  threadState.thread = nullptr;
+  if (!endRequests()) {
+    EndedThreads::free();
+    EndedThreads::add(*this);
+  }
+  platform::exitThread();
+}
+
+bool Thread::isCaller() const noexcept { return threadState.thread == this; }
+
+bool Thread::isElsewhere() const noexcept {
+  return process_ != process.load(std::memory_order_relaxed);
+}
+
+long Thread::suspend() noexcept {
+  if (isElsewhere()) return kFailed;
+  const std::uint32_t before = word().fetch_add(1, std::memory_order_acq_rel);
+  const auto count = static_cast<long>(before & kCount);
+  if (isCaller()) {
+    stand();
+  } else if ((before & kEnded) != 0 || (count == 0 && !request(kStanding))) {
+    word().fetch_sub(1, std::memory_order_relaxed);
+    wakeAll(&word_);
+    return kFailed;
+  }
+  return count;
+}
+
+long Thread::resume() noexcept {
+  const std::uint32_t before = word().load(std::memory_order_acquire);
+  if ((before & kEnded) != 0 || isElsewhere()) return kFailed;
+  const auto count = static_cast<long>(before & kCount);
+  if (count == 0) return 0;
+  word().fetch_sub(1, std::memory_order_release);
+  wakeAll(&word_);
+  return count;
+}
+
+bool Thread::cancel() {
+  if (isCaller()) {
+    dropWork();
+    endHere();
+  }
+  if (!isElsewhere()) {
+    word().fetch_or(kCancelled, std::memory_order_acq_rel);
+    wakeAll(&word_);
+    if (!request(kEnded)) {
+      word().fetch_and(~kCancelled, std::memory_order_relaxed);
+      return false;
+    }
+    if (!free()) return false;
+    dropWork();
+  }
+  return true;
+}
+
+bool Thread::join() noexcept {
+  if (isCaller()) return false;
+  waitForEnd();
+  return free();
+}
+
+bool Thread::setNiceValue(int value) noexcept {
+  if (isElsewhere()) return false;
+  const std::uint32_t thread = id();
+  const ShortLock lock(sendLock_);
+  return !has(kEnded) && platform::setNiceValue(thread, value) == 0;
+}
+
+void Thread::letGo() {
+  if (!isFreed_ && !isCaller() && has(kCount)) cancel();
+  const bool isGone = isFreed_ || isElsewhere();
+  if (!isGone && (word().fetch_or(kLetGo, std::memory_order_acq_rel) & kEnded) == 0) return;
+  free();
+  // In the child of a fork, what the thread of the parent was doing with it stays undone.
+  if (!isElsewhere()) dropWork();
+  delete this;
+}
+
+// Asks until the word has one of the marks awaited.
+bool Thread::request(std::uint32_t awaited) noexcept {
+  int error = 0;
+  while (!has(awaited | kEnded) && (error == 0 || error == EAGAIN)) {
+    const std::uint32_t last = answers().load(std::memory_order_acquire);
+    error = sendRequest();
+    if (error == 0) waitForAnswer(last);
+    if (!has(awaited | kEnded) && !openTimer()) platform::nap(kPauseWithoutTimerNs);
+  }
+  closeTimer();
+  return has(awaited);
+}
+
+bool Thread::openTimer() noexcept {
+  if (hasTimer_.load(std::memory_order_relaxed)) return true;
+  if (platform::createStopTimer(timer_, id()) != 0) return false;
+  timesAsked_ = 0;
+  hasTimer_.store(true, std::memory_order_release);
+  return true;
+}
+
+// Nothing is asked of the thread any more, so it does not start the timer.
+void Thread::closeTimer() noexcept {
+  if (hasTimer_.exchange(false, std::memory_order_acq_rel)) platform::closeStopTimer(timer_);
+}
+
+int Thread::sendRequest() noexcept {
+  const std::uint32_t thread = id();
+  const ShortLock lock(sendLock_);
+  return has(kEnded) ? 0 : platform::requestStop(thread);
+}
+
+void Thread::waitForAnswer(std::uint32_t last) noexcept {
+  while (answers().load(std::memory_order_acquire) == last) waitWhile(answers_, last);
+}
+
+void Thread::waitForEnd() noexcept {
+  for (;;) {
+    const std::uint32_t last = answers().load(std::memory_order_acquire);
+    if (has(kEnded) || isElsewhere()) return;
+    waitForAnswer(last);
+  }
+}
+
+bool Thread::free() noexcept {
+  if (!isFreed_) {
+    closeTimer();
+    // Its end is near. A thread that is ended while it waits here would keep others from
+    // ever freeing this one.
+    const ShortSection section;
+    isFreed_ = isElsewhere() || platform::joinThread(native_) == 0;
+  }
+  return isFreed_ && !isElsewhere();
+}
+
+void Thread::continueInChild() noexcept {
+  process.fetch_add(1, std::memory_order_relaxed);
+  Thread* const self = threadState.thread;
+  if (self == nullptr) return;
+  // Requests were made to the thread that goes on in the parent.
+  self->process_ = process.load(std::memory_order_relaxed);
+  self->id_ = currentThreadId();
+  self->word_ &= ~(kCount | kStanding | kCancelled);
+  self->hasTimer_.store(false, std::memory_order_relaxed);
+  RecursiveLock(self->sendLock_).reset();
+}
+
+}  // namespace qvr::internal

@@ -1,0 +1,50 @@
+// Stopping a thread wherever it is: a signal, and what it finds.
+//
+// Functions that return a number return 0 or the system's error number; none throws.
+#pragma once
+
+#include <cstdint>
+
+#include "QVRSystem/platform/QVRPlatformNamespace.h"
+
+namespace qvr {
+
+/// A timer that sends a thread the signal.
+using PlatformStopTimer = void*;
+
+/// Where a thread was found last, and how many times running; all zero at first.
+struct PlatformWhereabouts {
+  std::uintptr_t instruction = 0;
+  std::uintptr_t stack = 0;
+  std::uint32_t times = 0;
+};
+
+}  // namespace qvr
+
+namespace qvr::QVR_PLATFORM {
+
+/// From now on has `handler` called, with all signals blocked, on each thread that gets
+/// the signal of requestStop(). `context` says where the thread was, for isInsideSystem().
+int handleStops(void (*handler)(const void* context)) noexcept;
+
+/// Lets that signal through to the calling thread.
+int allowStops() noexcept;
+
+/// Sends it. EAGAIN says that too many signals wait at present.
+int requestStop(std::uint32_t threadId) noexcept;
+
+/// Makes a timer that does so, not running.
+int createStopTimer(PlatformStopTimer& made, std::uint32_t threadId) noexcept;
+
+/// Has it send the signal once, after so long. For handlers too.
+int startStopTimer(PlatformStopTimer timer, std::uint64_t nanoseconds) noexcept;
+
+int closeStopTimer(PlatformStopTimer timer) noexcept;
+
+/// Whether the thread is inside code of the system's libraries that may hold a lock of
+/// theirs, and will soon be out of it: not asleep in the kernel, and not in code of
+/// others that was called from there. For the handler only.
+/// @param whereabouts what the calls for this thread have in common.
+bool isInsideSystem(const void* context, PlatformWhereabouts& whereabouts) noexcept;
+
+}  // namespace qvr::QVR_PLATFORM

@@ -1,0 +1,283 @@
+#include "QVRSystem/platform/QVRPlatformStop.h"
+
+#include <dlfcn.h>
+#include <link.h>
+#include <pthread.h>
+#include <signal.h>
+#include <sys/auxv.h>
+#include <sys/syscall.h>
+#include <ucontext.h>
+#include <unistd.h>
+#include <unwind.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstddef>
+#include <cstring>
+#include <ctime>
+#include <new>
+#include <span>
+#include <utility>
+
+namespace qvr::QVR_PLATFORM {
+
+namespace {
+
+using Address = std::uintptr_t;
+
+int stopSignal() { return SIGRTMIN + 11; }
+
+constinit std::atomic<void (*)(const void* context)> stopHandler = nullptr;
+
+void takeStop(int /*signal*/, siginfo_t* /*info*/, void* context) {
+  const int error = errno;
+  stopHandler.load()(context);
+  errno = error;
+}
+
+/// What the processor was about to do when the signal came.
+struct Registers {
+  Address instruction;
+  Address stack;
+  long result;           // of a call of the system that has just returned
+  bool isBeforeRestart;  // the kernel came back from a call to make it again
+};
+
+#if defined(__x86_64__)
+
+constexpr std::array<unsigned char, 2> kSystemCall{0x0f, 0x05};
+
+// The instruction that calls the kernel leaves the address behind it in rcx, where the
+// kernel then puts the instruction pointer back to make the call again. Whoever is about to
+// make one for the first time has something else there.
+Registers registersOf(const void* context) {
+  const auto& saved = static_cast<const ucontext_t*>(context)->uc_mcontext.gregs;
+  const auto instruction = static_cast<Address>(saved[REG_RIP]);
+  return {instruction, static_cast<Address>(saved[REG_RSP]), static_cast<long>(saved[REG_RAX]),
+          static_cast<Address>(saved[REG_RCX]) == instruction + kSystemCall.size()};
+}
+
+#elif defined(__aarch64__)
+
+constexpr std::array<unsigned char, 4> kSystemCall{0x01, 0x00, 0x00, 0xd4};
+
+// Nothing tells a call that is made again from one that is about to be made.
+Registers registersOf(const void* context) {
+  const auto& saved = static_cast<const ucontext_t*>(context)->uc_mcontext;
+  return {saved.pc, saved.sp, static_cast<long>(saved.regs[0]), false};
+}
+
+#endif
+
+struct Range {
+  Address begin = 0;
+  Address end = 0;
+
+  bool contains(Address address) const { return begin <= address && address < end; }
+};
+
+/// A few values that are looked up in signal handlers.
+template <class T, std::size_t kMost>
+class Table {
+ public:
+  void add(const T& value) {
+    if (size_ < kMost) values_[size_++] = value;
+  }
+  std::span<const T> values() const { return {values_.data(), size_}; }
+
+ private:
+  std::array<T, kMost> values_{};
+  std::size_t size_ = 0;
+};
+
+/// The code of the libraries in which a thread may hold a lock that every other needs: the C
+/// library, the dynamic loader, the C++ library and the unwinder beneath it, and whichever
+/// library the heap is in.
+class SystemCode {
+ public:
+  SystemCode() noexcept {
+    for (const char* name :
+         {"malloc", "fwrite", "pthread_mutex_lock", "__tls_get_addr", "__cxa_throw"}) {
+      forEachDefinition(name, [this](Address function) { addModule(function); });
+    }
+    if (!unwinderIsLockless()) addModule(reinterpret_cast<Address>(&_Unwind_RaiseException));
+    for (const char* name :
+         {"memcpy",    "memmove",   "mempcpy", "memset",  "memcmp", "bcmp",
+          "memchr",    "memrchr",   "strlen",  "strnlen", "strchr", "strrchr",
+          "strchrnul", "rawmemchr", "strcmp",  "strncmp", "strcpy", "strncpy",
+          "stpcpy",    "stpncpy",   "wmemcpy", "wmemset", "wcslen", "_dl_find_object"}) {
+      forEachDefinition(name, [this](Address function) { lockless_.add(function); });
+    }
+    addModule(getauxval(AT_SYSINFO_EHDR));
+  }
+
+  bool contains(Address instruction) const {
+    return std::ranges::any_of(ranges_.values(),
+                               [&](const Range& range) { return range.contains(instruction); });
+  }
+
+  /// Whether the function that begins there takes no lock and calls none that does.
+  bool isLockless(Address function) const {
+    return std::ranges::find(lockless_.values(), function) != lockless_.values().end();
+  }
+
+ private:
+  // The unwinder took the loader's lock before there was a look-up without. A thread that
+  // does little but throw is hardly ever found elsewhere.
+  static bool unwinderIsLockless() { return dlsym(RTLD_DEFAULT, "_dl_find_object") != nullptr; }
+
+  // The program may define the function before the library does, and call that one's.
+  template <class Action>
+  static void forEachDefinition(const char* name, Action action) {
+    for (void* const scope : {RTLD_DEFAULT, RTLD_NEXT}) {
+      const auto found = reinterpret_cast<Address>(dlsym(scope, name));
+      if (found != 0) action(found);
+    }
+  }
+
+  void addModule(Address inside) {
+    if (inside == 0 || contains(inside)) return;
+    Search search{inside, {}, false};
+    dl_iterate_phdr(&findModule, &search);
+    for (const Range& range : search.code.values()) ranges_.add(range);
+  }
+
+  struct Search {
+    Address inside;
+    Table<Range, 4> code;
+    bool isPastProgram;
+  };
+
+  // Of the program itself nothing is system code, also where a heap is linked into it: then
+  // all of it would be. It is listed first.
+  static int findModule(dl_phdr_info* module, std::size_t /*size*/, void* argument) {
+    auto& search = *static_cast<Search*>(argument);
+    if (!std::exchange(search.isPastProgram, true)) return 0;
+    Table<Range, 4> code;
+    bool isIt = false;
+    for (const auto& segment : std::span(module->dlpi_phdr, module->dlpi_phnum)) {
+      if (segment.p_type != PT_LOAD) continue;
+      const Address begin = module->dlpi_addr + segment.p_vaddr;
+      const Range range{begin, begin + segment.p_memsz};
+      isIt = isIt || range.contains(search.inside);
+      if ((segment.p_flags & PF_X) != 0) code.add(range);
+    }
+    if (isIt) search.code = code;
+    return isIt ? 1 : 0;
+  }
+
+  Table<Range, 16> ranges_;
+  Table<Address, 64> lockless_;
+};
+
+// Never freed: a signal may come at any time.
+constinit std::atomic<const SystemCode*> knownSystemCode = nullptr;
+
+const SystemCode& systemCode() { return *knownSystemCode.load(std::memory_order_acquire); }
+
+// Without a lock, which would be held while the loader takes its own.
+bool findSystemCode() {
+  const SystemCode* const found = new (std::nothrow) SystemCode;
+  const SystemCode* known = nullptr;
+  if (!knownSystemCode.compare_exchange_strong(known, found)) delete found;
+  return found != nullptr;
+}
+
+bool isSystemCall(Address instruction) {
+  return std::memcmp(reinterpret_cast<const void*>(instruction), kSystemCall.data(),
+                     kSystemCall.size()) == 0;
+}
+
+// A signal ends a call in which the thread slept. Either the kernel goes back to make the call
+// again, or the call has failed. Where the first cannot be told from a call that is about
+// to be made, a thread that is at one place again and again is taken to sleep there.
+bool isAsleep(const Registers& at, PlatformWhereabouts& whereabouts) {
+  constexpr std::uint32_t kAgainAndAgain = 20;
+  const bool isBefore = isSystemCall(at.instruction);
+  if (isBefore && at.isBeforeRestart) return true;
+  if (isSystemCall(at.instruction - kSystemCall.size()) && at.result == -EINTR) return true;
+  const bool isSame = whereabouts.instruction == at.instruction && whereabouts.stack == at.stack;
+  whereabouts = {at.instruction, at.stack, isBefore && isSame ? whereabouts.times + 1 : 0};
+  return whereabouts.times >= kAgainAndAgain;
+}
+
+/// A walk up the stack from where the signal came.
+struct CallerSearch {
+  Address interrupted;
+  bool isThere = false;
+  bool isInside = false;
+};
+
+_Unwind_Reason_Code lookAtFrame(_Unwind_Context* frame, void* argument) {
+  auto& search = *static_cast<CallerSearch*>(argument);
+  int isInterrupted = 0;
+  const Address instruction = _Unwind_GetIPInfo(frame, &isInterrupted);
+  if (!search.isThere) {
+    search.isThere = isInterrupted != 0 && instruction == search.interrupted;
+    if (!search.isThere) return _URC_NO_REASON;
+  }
+  if (!systemCode().contains(instruction)) return _URC_END_OF_STACK;
+  search.isInside = !systemCode().isLockless(_Unwind_GetRegionStart(frame));
+  return search.isInside ? _URC_END_OF_STACK : _URC_NO_REASON;
+}
+
+// Copying memory may take as long as all the rest of a thread's work, and holds no lock; but
+// the heap and the streams copy memory too.
+bool isLocklessForCaller(Address instruction) {
+  const auto function = reinterpret_cast<Address>(
+      _Unwind_FindEnclosingFunction(reinterpret_cast<void*>(instruction + 1)));
+  if (!systemCode().isLockless(function)) return false;
+  CallerSearch search{instruction};
+  _Unwind_Backtrace(&lookAtFrame, &search);
+  return search.isThere && !search.isInside;
+}
+
+}  // namespace
+
+int handleStops(void (*handler)(const void* context)) noexcept {
+  if (!findSystemCode()) return ENOMEM;
+  stopHandler.store(handler);
+  struct sigaction action = {};
+  action.sa_sigaction = &takeStop;
+  action.sa_flags = SA_SIGINFO | SA_RESTART;
+  sigfillset(&action.sa_mask);
+  return sigaction(stopSignal(), &action, nullptr) == 0 ? 0 : errno;
+}
+
+int allowStops() noexcept {
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, stopSignal());
+  return pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+}
+
+int requestStop(std::uint32_t threadId) noexcept {
+  return syscall(SYS_tgkill, getpid(), threadId, stopSignal()) == 0 ? 0 : errno;
+}
+
+int createStopTimer(PlatformStopTimer& made, std::uint32_t threadId) noexcept {
+  struct sigevent event = {};
+  event.sigev_notify = SIGEV_THREAD_ID;
+  event.sigev_signo = stopSignal();
+  event._sigev_un._tid = static_cast<pid_t>(threadId);
+  return timer_create(CLOCK_MONOTONIC, &event, &made) == 0 ? 0 : errno;
+}
+
+int startStopTimer(PlatformStopTimer timer, std::uint64_t nanoseconds) noexcept {
+  const itimerspec once{{0, 0}, {0, static_cast<long>(nanoseconds)}};
+  return timer_settime(timer, 0, &once, nullptr) == 0 ? 0 : errno;
+}
+
+int closeStopTimer(PlatformStopTimer timer) noexcept {
+  return timer_delete(timer) == 0 ? 0 : errno;
+}
+
+bool isInsideSystem(const void* context, PlatformWhereabouts& whereabouts) noexcept {
+  const Registers at = registersOf(context);
+  return systemCode().contains(at.instruction) && !isAsleep(at, whereabouts) &&
+         !isLocklessForCaller(at.instruction);
+}
+
+}  // namespace qvr::QVR_PLATFORM
