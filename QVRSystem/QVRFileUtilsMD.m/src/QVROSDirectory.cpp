@@ -2,7 +2,7 @@
 
 #include "QVREAccessDenied.h"
 #include "QVREDoesNotExist.h"
-#include "QVRNativePath.h"
+#include "QVRSystem/internal/QVRNativePath.h"
 #include "QVRSystem/platform/QVRPlatformDirectory.h"
 
 namespace {

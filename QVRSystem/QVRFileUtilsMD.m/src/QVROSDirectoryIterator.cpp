@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "QVREOpenFailed.h"
-#include "QVRNativePath.h"
+#include "QVRSystem/internal/QVRNativePath.h"
 #include "QVRSystem/platform/QVRPlatformDirectory.h"
 
 namespace {

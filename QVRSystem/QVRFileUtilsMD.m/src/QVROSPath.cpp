@@ -13,7 +13,7 @@
 #include "QVREAlreadyExists.h"
 #include "QVRECannotCreate.h"
 #include "QVREDoesNotExist.h"
-#include "QVRNativePath.h"
+#include "QVRSystem/internal/QVRNativePath.h"
 #include "QVRSystem/platform/QVRPlatformFile.h"
 
 namespace {

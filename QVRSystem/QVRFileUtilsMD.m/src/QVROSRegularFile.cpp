@@ -1,7 +1,7 @@
 #include "QVROSRegularFile.h"
 
 #include "QVREOpenFailed.h"
-#include "QVRNativePath.h"
+#include "QVRSystem/internal/QVRNativePath.h"
 #include "QVRSystem/platform/QVRPlatformFile.h"
 
 namespace {
