@@ -35,6 +35,17 @@ class QVRSYSTEM_API QVRAtomicCounter {
   long operator--() noexcept { return decrement(); }
 
  private:
+  friend class QVRCountedObject;
+
+  /// Adds one unless the count is below 1. @return whether it did.
+  bool incrementPositive() noexcept {
+    std::uint32_t seen = value_.load();
+    while (toLong(seen) > 0) {
+      if (value_.compare_exchange_weak(seen, seen + 1)) return true;
+    }
+    return false;
+  }
+
   static long toLong(std::uint32_t bits) noexcept { return static_cast<std::int32_t>(bits); }
 
   qvr::internal::Atomic<std::uint32_t> value_;  // the two's complement of the count

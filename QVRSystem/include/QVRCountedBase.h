@@ -7,6 +7,10 @@
 #include "QVRCountedObject.h"
 #include "QVRSystemExport.h"
 
+namespace qvr::internal {
+class NameTable;
+}  // namespace qvr::internal
+
 /// The base of typed handles to a counted object: one pointer wide, it owns one
 /// reference to what it refers to. Derived classes choose what they show; the typed
 /// handle for callers is QVRCountedPointer.
@@ -84,6 +88,15 @@ class QVRSYSTEM_API QVRCountedBase {
   QVRCountedObject* take() noexcept { return std::exchange(referent_, nullptr); }
 
  private:
+  friend class qvr::internal::NameTable;
+
+  /// For an empty handle: shares the object where somebody else does.
+  bool share(QVRCountedObject& object) noexcept {
+    if (!object.addToReferences()) return false;
+    referent_ = &object;
+    return true;
+  }
+
   void transfer(QVRCountedObject* object) noexcept {
     if (object == referent_) return;
     QVRCountedBase::detach();

@@ -61,6 +61,11 @@ class QVRSYSTEM_API QVRCountedObject : public QVRDynamicObject {
   ~QVRCountedObject() noexcept(false) override;
 
  private:
+  friend class QVRCountedBase;
+
+  /// Adds one where somebody holds the object. @return whether it did.
+  bool addToReferences() noexcept { return count_.incrementPositive(); }
+
   QVRAtomicCounter count_;
 };
 

@@ -1,5 +1,6 @@
 #include "QVRSystem/internal/QVRFork.h"
 
+#include "QVRSystem/internal/QVRNativeMutex.h"
 #include "QVRSystem/internal/QVRThread.h"
 #include "QVRSystem/internal/QVRThreadState.h"
 #include "QVRSystem/platform/QVRPlatformThread.h"
@@ -45,6 +46,8 @@ class Acquire final : public ForkLock::Action {
     lock.shared().acquire();
     lock.keepOthersOut();
   }
+  // Held for as long as its holder likes, and never while what it guards is half changed.
+  void operator()(NativeMutex& /*monitor*/) const noexcept override {}
 };
 
 /// After it, in the parent and at last in the child.
@@ -52,6 +55,7 @@ class Release final : public ForkLock::Action {
  public:
   void operator()(RecursiveLock lock) const noexcept override { lock.release(); }
   void operator()(BiasedLock lock) const noexcept override { lock.shared().release(); }
+  void operator()(NativeMutex& /*monitor*/) const noexcept override {}
 };
 
 /// In the child: its only thread has another identifier than the one it was made from.
@@ -65,6 +69,7 @@ class HandOver final : public ForkLock::Action {
     lock.shared().restamp(before_, now_);
     lock.forgetOthers();
   }
+  void operator()(NativeMutex& monitor) const noexcept override { monitor.continueInChild(); }
 
  private:
   const std::uint32_t before_;

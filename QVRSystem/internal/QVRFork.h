@@ -6,6 +6,8 @@
 
 namespace qvr::internal {
 
+class NativeMutex;
+
 /// The order in which a fork takes the locks of the library's class-wide data:
 /// that in which the library itself nests them (docs/locking.md).
 enum class ForkRank {
@@ -19,6 +21,9 @@ enum class ForkRank {
   ThreadAttribute,
   PoolCreation,
   PoolBuckets,
+  Libraries,
+  BodyList,
+  Bodies,
 };
 
 /// Puts a lock, or all locks of one kind, on the list that a fork takes before it
@@ -31,6 +36,7 @@ class ForkLock {
    public:
     virtual void operator()(RecursiveLock lock) const noexcept = 0;
     virtual void operator()(BiasedLock lock) const noexcept = 0;
+    virtual void operator()(NativeMutex& monitor) const noexcept = 0;
 
    protected:
     ~Action() = default;

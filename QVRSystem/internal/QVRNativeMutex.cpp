@@ -107,4 +107,14 @@ bool NativeMutex::close(NativeMutex* mutex) noexcept {
   return error == 0 || error == EBUSY;
 }
 
+// The system's own mutex knows its holder by an identifier that nobody has in the child.
+void NativeMutex::continueInChild() noexcept {
+  if (platform::createMutex(mutex_) != 0) return;
+  if (isHeldByCaller()) {
+    platform::waitMutex(mutex_);
+  } else {
+    holder_.store(kNobody, std::memory_order_relaxed);
+  }
+}
+
 }  // namespace qvr::internal

@@ -51,6 +51,9 @@ class NativeMutex {
     return mutex != nullptr && mutex->isHeldByCaller();
   }
 
+  /// In the child of a fork: free, unless the calling thread holds it, which keeps its holds.
+  void continueInChild() noexcept;
+
   NativeMutex(const NativeMutex&) = delete;
   NativeMutex& operator=(const NativeMutex&) = delete;
 

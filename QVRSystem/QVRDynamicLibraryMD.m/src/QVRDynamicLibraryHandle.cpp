@@ -1,0 +1,5 @@
+#include "QVRDynamicLibraryHandle.h"
+
+QVROSLibraryHandle QVRDynamicLibraryHandle::getOSLibraryHandle() const {
+  return body()->getHandle();
+}
