@@ -80,7 +80,7 @@ class QVRSYSTEM_API QVRUUID {
  private:
   friend struct QVRUUIDTestAccess;
 
-  enum NilType { NilValue };
+  enum NilType : int { NilValue };
 
   constexpr explicit QVRUUID(NilType /*nil*/) : guid_{} {}
 
