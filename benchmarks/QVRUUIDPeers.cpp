@@ -102,29 +102,24 @@ void qtWrite(benchmark::State& state) {
 }
 BENCHMARK(qtWrite)->Name("QUuid/write");
 
-void libuuidWrite(benchmark::State& state) {
+template <class Keep>
+void libuuidWrite(benchmark::State& state, Keep keep) {
   uuid_t uuid;
   uuid_parse(kUuidText, uuid);
   for (auto _ : state) {
     char text[UUID_STR_LEN];
     benchmark::DoNotOptimize(uuid);
     uuid_unparse_lower(uuid, text);
-    benchmark::DoNotOptimize(std::string(text, UUID_STR_LEN - 1));
+    keep(text);
   }
 }
-BENCHMARK(libuuidWrite)->Name("libuuid/write");
-
-void libuuidWriteBare(benchmark::State& state) {
-  uuid_t uuid;
-  uuid_parse(kUuidText, uuid);
-  for (auto _ : state) {
-    char text[UUID_STR_LEN];
-    benchmark::DoNotOptimize(uuid);
-    uuid_unparse_lower(uuid, text);
-    benchmark::DoNotOptimize(text);
-  }
-}
-BENCHMARK(libuuidWriteBare)->Name("libuuid into a buffer/write");
+BENCHMARK_CAPTURE(libuuidWrite, string, [](const char* text) {
+  benchmark::DoNotOptimize(std::string(text, UUID_STR_LEN - 1));
+})->Name("libuuid/write");
+BENCHMARK_CAPTURE(libuuidWrite, buffer, [](const char* text) {
+  benchmark::DoNotOptimize(text);
+  benchmark::ClobberMemory();
+})->Name("libuuid into a buffer (limit)/write");
 
 void pocoWrite(benchmark::State& state) {
   Poco::UUID uuid(kUuidText);

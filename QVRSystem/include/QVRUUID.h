@@ -79,8 +79,9 @@ class QVRSYSTEM_API QVRUUID {
 
  private:
   friend struct QVRUUIDTestAccess;
+  friend bool operator==(const QVRUUID& a, const QVRUUID& b);
 
-  enum NilType { NilValue };
+  enum NilType : int { NilValue };
 
   constexpr explicit QVRUUID(NilType /*nil*/) : guid_{} {}
 
@@ -108,7 +109,7 @@ inline int QVRUUID::compareTo(const QVRUUID& other) const {
 }
 
 inline bool operator==(const QVRUUID& a, const QVRUUID& b) {
-  return std::memcmp(&a, &b, sizeof a) == 0;
+  return std::memcmp(&a.guid_, &b.guid_, sizeof a.guid_) == 0;
 }
 inline bool operator!=(const QVRUUID& a, const QVRUUID& b) { return !(a == b); }
 inline bool operator<(const QVRUUID& a, const QVRUUID& b) { return a.compareTo(b) < 0; }

@@ -8,8 +8,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdint>
+#include <latch>
 #include <thread>
 #include <vector>
 
@@ -85,6 +88,30 @@ TEST(ForkWitnessTest, ThereIsNoneWithoutAPageThatIsWiped) {
     EXPECT_EQ(witness.generation(), 0u);
   }
   EXPECT_NE(witness.generation(), 0u);
+}
+
+TEST(ForkWitnessTest, ThreadsThatAskFirstAtOnceAgree) {
+  constexpr std::size_t kThreads = 3;
+  for (int round = 0; round < 100; ++round) {
+    const PlatformPlan mapped("mapWipedOnFork", 0);
+    const PlatformPlan unmapped("unmapWipedOnFork", 0);
+    ForkWitness witness;
+    std::latch start(kThreads);
+    std::array<std::uint64_t, kThreads> generations{};
+    std::vector<std::thread> threads;
+    for (std::uint64_t& generation : generations) {
+      threads.emplace_back([&] {
+        start.arrive_and_wait();
+        generation = witness.generation();
+      });
+    }
+    for (std::thread& thread : threads) thread.join();
+
+    EXPECT_NE(generations[0], 0u);
+    EXPECT_EQ(generations[1], generations[0]);
+    EXPECT_EQ(generations[2], generations[0]);
+    EXPECT_EQ(mapped.calls(), unmapped.calls() + 1);
+  }
 }
 
 TEST(RandomReserveTest, OneCallOfTheKernelServesManyBlocks) {

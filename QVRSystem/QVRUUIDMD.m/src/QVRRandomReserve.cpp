@@ -23,6 +23,7 @@ int fill(RandomBlock& block) noexcept { return platform::randomBytes(block.data(
 std::uint64_t ForkWitness::generation() noexcept {
   Page* const page = this->page();
   if (page == nullptr) return 0;
+  // Relaxed: it is only a number, nothing comes with it.
   std::uint64_t generation = page->load(std::memory_order_relaxed);
   if (generation != 0) return generation;
   // The first to ask in this process. Whoever comes second takes what the first wrote.
