@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "QVRNativePath.h"
+#include "QVRSystem/internal/QVRNativePath.h"
 #include "QVRSystem/platform/QVRPlatformFile.h"
 
 namespace {
