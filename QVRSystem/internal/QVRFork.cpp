@@ -98,11 +98,8 @@ ForkLock::ForkLock(ForkRank rank, ForEach forEach) noexcept : rank_(rank), forEa
 }
 
 void ForkLock::apply(const Action& action) const {
-  if (forEach_ != nullptr) {
-    forEach_(action);
-  } else {
-    action(RecursiveLock(*storage_));
-  }
+  if (storage_ != nullptr) action(RecursiveLock(*storage_));
+  if (forEach_ != nullptr) forEach_(action);
 }
 
 }  // namespace qvr::internal
