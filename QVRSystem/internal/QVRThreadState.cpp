@@ -32,6 +32,7 @@ class ThreadEndKey {
   static void threadEnds(void* /*state*/) {
     threadState.isEndWatched = false;
     giveDeferredWake();
+    giveBiasedThreadBack();
   }
 
   std::uint32_t key_ = 0;

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdint>
 
+#include "QVRSystem/internal/QVRBiasedThread.h"
 #include "QVRThreadIdAccess.h"
 
 namespace qvr::internal {
@@ -13,6 +14,8 @@ struct ThreadState {
   std::uint64_t serial = 0;               // its number in the process; 0 until first asked for
   std::uint32_t* deferredWake = nullptr;  // as QVRDeferredWake.h says
   bool isEndWatched = false;              // whether its end makes up for that
+  bool hasAskedForBias = false;           // for what follows
+  BiasedThread* biasedThread = &noBiasedThread;
 };
 
 // Initial-exec: one read to reach, and safe to read in a signal handler.
@@ -42,14 +45,24 @@ inline std::uint64_t currentThreadSerial() noexcept {
   return serial != 0 ? serial : makeThreadSerial();
 }
 
+/// What others see of the calling thread, noBiasedThread where it has none.
+inline BiasedThread* knownBiasedThread() noexcept { return threadState.biasedThread; }
+
+/// Has the calling thread ask for one, once. With no lock held: the C library may ask the
+/// heap.
+inline void prepareBiasedThread() noexcept {
+  if (!threadState.hasAskedForBias) takeBiasedThread();
+}
+
 /// The word of the calling thread's deferred wake-up; null where there is none.
 inline std::uint32_t*& deferredWake() noexcept { return threadState.deferredWake; }
 
 /// Has the end of the calling thread noticed, for the first time or again.
 bool startWatchingThreadEnd() noexcept;
 
-/// Sees to it that the calling thread's deferred wake-up is given when it ends.
-/// @return whether it will be.
+/// Sees to it that the calling thread's deferred wake-up is given when it ends, and its
+/// BiasedThread given back.
+/// @return whether they will be.
 inline bool watchThreadEnd() noexcept {
   return threadState.isEndWatched || startWatchingThreadEnd();
 }
