@@ -13,13 +13,10 @@ struct BiasPolicy {
   /// How often a thread takes the shared lock before it gets the bias, once one was not
   /// worthwhile; twice as often after each further one of these, up to the most.
   static constexpr std::uint32_t kFirstRun = 16;
-  static constexpr std::uint32_t kLongestRun = 1u << 20;
+  static constexpr std::uint32_t kLongestRun = 1024;
 
   /// How often the owner is looked at once it was asked to give the bias up.
   static constexpr int kLooksAtTheOwner = 64;
-
-  /// How often the shared lock is looked at before a thread sleeps for it.
-  static constexpr int kLooksAtTheLock = 32;
 };
 
 }  // namespace qvr::internal

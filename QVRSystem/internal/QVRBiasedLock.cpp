@@ -46,12 +46,11 @@ void BiasedLock::releaseShared(BiasedLockStorage& storage) noexcept {
   RecursiveLock(storage.shared).release();
 }
 
-// Whoever has the shared lock mostly becomes the owner, and gives it back at once.
+// Whoever has the shared lock mostly becomes the owner, and gives it back at once. A look
+// at it meanwhile would only keep that thread from having it several times in a row.
 void BiasedLock::takeShared() noexcept {
-  for (int look = 0; look < BiasPolicy::kLooksAtTheLock; ++look) {
-    if (shared().tryAcquire()) return;
-    pause();
-  }
+  if (shared().tryAcquire()) return;
+  relax();
   shared().acquire();
 }
 

@@ -73,7 +73,7 @@ TEST(QVRBiasedLockTest, BiasComesBackToAThreadThatStaysAlone) {
 TEST(QVRBiasedLockTest, BiasThatWasOfNoUseComesBackLater) {
   BiasedLockStorage storage;
   isBiased(storage);
-  for (std::uint32_t run = BiasPolicy::kFirstRun; run < 1000; run *= 2) {
+  for (std::uint32_t run = BiasPolicy::kFirstRun; run <= BiasPolicy::kLongestRun; run *= 2) {
     isBiasedOnAnotherThread(storage);
     EXPECT_EQ(holdsBeforeTheBias(storage), run + 1);
   }

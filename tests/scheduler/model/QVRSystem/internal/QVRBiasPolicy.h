@@ -11,7 +11,6 @@ struct BiasPolicy {
   static constexpr std::uint32_t kFirstRun = 1;
   static constexpr std::uint32_t kLongestRun = 2;
   static constexpr int kLooksAtTheOwner = 1;
-  static constexpr int kLooksAtTheLock = 1;
 };
 
 }  // namespace qvr::internal
