@@ -221,6 +221,7 @@ void Thread::stand() noexcept {
 void Thread::endHere() noexcept {
   if (threadState.wait != nullptr) threadState.wait->leave();
   giveDeferredWake();
+  giveBiasedThreadBack();
   threadState.thread = nullptr;
   if (!endRequests()) {
     EndedThreads::free();
