@@ -17,8 +17,8 @@ struct alignas(64) BiasedThread {
 /// Stands for threads that have not taken another: no lock's owner.
 extern constinit BiasedThread noBiasedThread;
 
-/// Takes one for the calling thread, until its end. There is none where all are taken, or where the system cannot
-/// order all threads.
+/// Takes one for the calling thread, until its end. There is none where all are taken, or
+/// where the system cannot order all threads.
 void takeBiasedThread() noexcept;
 
 /// Gives that of the calling thread back, if it has taken one.
