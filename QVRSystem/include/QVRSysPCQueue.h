@@ -1,12 +1,14 @@
 // A queue between producers and consumers.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <type_traits>
 #include <utility>
 
+#include "QVRAtomicAccess.h"
 #include "QVRChunkedQueue.h"
 #include "QVRSysLockGuard.h"
 #include "QVRSysPCBuffer.h"
@@ -34,7 +36,8 @@
 /// that has not begun to wait may be faster.
 /// @par Cost
 /// One hold of the lock for a put or get, whatever the number of items; memory is allocated
-/// for some dozens of items at a time. A wake-up is given where somebody sleeps only.
+/// for some dozens of items at a time. A thread gives way to others a few times before it
+/// sleeps, and a wake-up is given where somebody sleeps only.
 template <class T>
 class QVRSysPCQueue : public QVRSysPCBuffer {
  public:
@@ -62,15 +65,17 @@ class QVRSysPCQueue : public QVRSysPCBuffer {
   bool get(T& item) {
     if constexpr (kMovesSafely) {
       std::optional<T> taken;
+      giveWayWhileEmpty();
       QVRSysLockGuard guard(monitor());
-      if (!_awaitItem([] { return false; })) return false;
+      if (!awaitItem()) return false;
       taken.emplace(std::move(_first()));
       _removeFirst();
       guard.release();
       item = std::move(*taken);
     } else {
+      giveWayWhileEmpty();
       const QVRSysLockGuard guard(monitor());
-      if (!_awaitItem([] { return false; })) return false;
+      if (!awaitItem()) return false;
       assignFirst(item);
       _removeFirst();
     }
@@ -95,7 +100,7 @@ class QVRSysPCQueue : public QVRSysPCBuffer {
 
   bool hasItems() const override {
     const QVRSysLockGuard guard(monitor());
-    return !_isStopped() && count_ != 0;
+    return !_isStopped() && _count() != 0;
   }
 
   bool hasRoom() const override {
@@ -105,14 +110,14 @@ class QVRSysPCQueue : public QVRSysPCBuffer {
 
   std::size_t count() const override {
     const QVRSysLockGuard guard(monitor());
-    return count_;
+    return _count();
   }
 
   /// An item whose destructor throws is gone like the others; the last exception comes
   /// through.
   void clear() override {
     const QVRSysLockGuard guard(monitor());
-    count_ = 0;
+    setCount(0);
     roomAvailable_.signal();  // who waits does not run before the lock is given back
     const Items removed(std::move(items_));
   }
@@ -120,26 +125,27 @@ class QVRSysPCQueue : public QVRSysPCBuffer {
  protected:
   // The steps of a get, for derived classes with more to do under one hold of the lock.
 
+  /// For a thread that is about to get an item, without the lock.
+  void giveWayWhileEmpty() const noexcept { giveWayWhile(count_, 0); }
+
   bool _isStopped() const noexcept QVR_REQUIRES(monitor()) { return run_ % 2 != 0; }
 
-  /// Waits for an item. @return whether there is one: not where the queue is stopped, or is
-  ///   while it waits, or where `givesUp()`, asked before each wait, says so.
+  /// Waits for an item until `givesUp()`, asked before each wait, says so.
+  /// @return whether there is one.
   template <class Predicate>
   bool _awaitItem(Predicate givesUp) QVR_REQUIRES(monitor()) {
-    const std::uint64_t run = run_;
-    if (_isStopped() || givesUp()) return false;
-    while (count_ == 0) {
+    while (!givesUp()) {
+      if (_count() != 0) return true;
       itemsAvailable_.wait();
-      if (run_ != run || givesUp()) return false;
     }
-    return true;
+    return false;
   }
 
   /// There must be one.
   T& _first() noexcept QVR_REQUIRES(monitor()) { return items_.front(); }
 
   void _removeFirst() QVR_REQUIRES(monitor()) {
-    --count_;
+    setCount(_count() - 1);
     roomAvailable_.signal();
     items_.removeFront();
   }
@@ -151,23 +157,41 @@ class QVRSysPCQueue : public QVRSysPCBuffer {
                                        std::is_nothrow_move_assignable_v<T> &&
                                        std::is_nothrow_destructible_v<T>;
 
+  std::size_t _count() const noexcept { return count_.load(std::memory_order_relaxed); }
+  void setCount(std::size_t count) noexcept { count_.store(count, std::memory_order_relaxed); }
+
   bool isFull() const noexcept QVR_REQUIRES(monitor()) {
-    return capacity_ != 0 && count_ >= capacity_;
+    return capacity_ != 0 && _count() >= capacity_;
+  }
+
+  bool isStoppedSince(std::uint64_t run) const noexcept QVR_REQUIRES(monitor()) {
+    return _isStopped() || run_ != run;
   }
 
   bool awaitRoom() QVR_REQUIRES(monitor()) {
     const std::uint64_t run = run_;
-    if (_isStopped()) return false;
-    while (isFull()) {
+    while (!isStoppedSince(run)) {
+      if (!isFull()) return true;
       roomAvailable_.wait();
-      if (run_ != run) return false;
     }
-    return true;
+    return false;
+  }
+
+  bool awaitItem() QVR_REQUIRES(monitor()) {
+    // The predicate is asked under the lock, which the analysis does not see.
+    return _awaitItem([this, run = run_]()
+                          QVR_NO_THREAD_SAFETY_ANALYSIS { return isStoppedSince(run); });
   }
 
   template <class Item>
   bool add(Item&& item) {
-    const QVRSysLockGuard guard(monitor());
+    QVRSysLockGuard guard(monitor());
+    if (isFull()) {
+      const std::size_t full = _count();
+      guard.release();
+      giveWayWhile(count_, full);
+      guard.acquire();
+    }
     if (!awaitRoom()) return false;
     try {
       items_.append(std::forward<Item>(item));
@@ -175,7 +199,7 @@ class QVRSysPCQueue : public QVRSysPCBuffer {
       roomAvailable_.signal();  // what this thread may have waited for is another's
       throw;
     }
-    ++count_;
+    setCount(_count() + 1);
     itemsAvailable_.signal();
     return true;
   }
@@ -194,7 +218,8 @@ class QVRSysPCQueue : public QVRSysPCBuffer {
   }
 
   Items items_ QVR_GUARDED_BY(monitor());
-  std::size_t count_ QVR_GUARDED_BY(monitor()) = 0;
+  // Written under the lock; without it a look at some moment, which orders nothing.
+  qvr::internal::Atomic<std::size_t> count_ = 0;
   // Counts stops and restarts: odd while stopped. Who waits sees one that is over by then.
   std::uint64_t run_ QVR_GUARDED_BY(monitor()) = 0;
 };

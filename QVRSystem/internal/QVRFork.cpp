@@ -65,10 +65,7 @@ class HandOver final : public ForkLock::Action {
   HandOver(std::uint32_t before, std::uint32_t now) : before_(before), now_(now) {}
 
   void operator()(RecursiveLock lock) const noexcept override { lock.restamp(before_, now_); }
-  void operator()(BiasedLock lock) const noexcept override {
-    lock.shared().restamp(before_, now_);
-    lock.forgetOthers();
-  }
+  void operator()(BiasedLock lock) const noexcept override { lock.shared().restamp(before_, now_); }
   void operator()(NativeMutex& monitor) const noexcept override { monitor.continueInChild(); }
 
  private:
@@ -76,16 +73,28 @@ class HandOver final : public ForkLock::Action {
   const std::uint32_t now_;
 };
 
-void prepare() { ForkLockList::forEach(Acquire()); }
+// From prepare() on the thread holds every lock of the list: until it has given them back, a
+// short section.
+void prepare() {
+  beginShortSection();
+  ForkLockList::forEach(Acquire());
+}
+
+void endSection() { endShortSection(threadState.shortSections.load() - 1); }
 
 // Highest rank first: what a lock guards may be the locks after it.
-void continueInParent() { ForkLockList::forEachBackwards(Release()); }
+void continueInParent() {
+  ForkLockList::forEachBackwards(Release());
+  endSection();
+}
 
 void continueInChild() {
   const std::uint32_t before = currentThreadId();
   ForkLockList::forEach(HandOver(before, refreshThreadId()));
   Thread::continueInChild();
+  forgetOtherBiasedThreads();
   ForkLockList::forEachBackwards(Release());
+  endSection();
 }
 
 // Failing to register is a lack of memory while the library is loaded; then a

@@ -20,6 +20,15 @@ constexpr std::uint64_t kShortestPauseNs = 4'000;
 constexpr std::uint64_t kMorePausesNs = 0x3FFF;
 constexpr std::uint64_t kPauseWithoutTimerNs = 20'000;
 
+// The pauses grow, since some of them has to be left for the thread's work between two
+// signals. After a second or two it is not in a short section of the system's, but in one
+// that goes on and on, as where a whole program is in the library that its heap is in.
+constexpr std::uint32_t kTimesPerDoubling = 1024;
+constexpr std::uint32_t kMostTimesAsked = 7 * kTimesPerDoubling;
+
+// After some milliseconds it is taken not to come to the end of an OpenSpan soon.
+constexpr std::uint32_t kTimesToEndSpan = 256;
+
 constinit RecursiveLockStorage endedLock{};
 const ForkLock forkEndedLock(ForkRank::EndedThreads, &endedLock);
 
@@ -122,7 +131,7 @@ std::uint32_t Thread::id() noexcept {
   while ((seen = idWord().load(std::memory_order_acquire)) == kWanted && !isElsewhere()) {
     waitWhile(id_, kWanted);
   }
-  return seen;
+  return seen == kWanted ? 0 : seen;  // in the child of a fork, which has no such thread
 }
 
 void Thread::work() {
@@ -136,7 +145,16 @@ void Thread::work() {
 }
 
 void Thread::dropWork() {
-  if (void* const what = std::exchange(work_.what, nullptr)) work_.drop(what);
+  if (work_.what == nullptr) return;
+  void* what = nullptr;
+  bool isLast = false;
+  {
+    // Whoever ends the thread finds it dropped, or drops it.
+    const ShortSection section;
+    what = std::exchange(work_.what, nullptr);
+    isLast = work_.drop(what);
+  }
+  if (isLast) work_.destroy(what);
 }
 
 void Thread::leave() noexcept {
@@ -169,15 +187,30 @@ void Thread::handleStop(const void* context) noexcept {
   Thread* const self = threadState.thread;
   if (self == nullptr || self->has(kEnded)) return;
   if (self->has(kCount | kCancelled)) {
-    const bool isInside =
-        isInShortSection() || platform::isInsideSystem(context, self->whereabouts_);
-    if (isInside && self->askAgain()) return;
-    if (!isInside) self->carryOutRequest();
+    const bool isHeldUp = self->isHeldUp(context);
+    if (isHeldUp && self->askAgain()) return;
+    if (!isHeldUp) self->carryOutRequest();
   }
   self->answer();
 }
 
+// Whether the thread has to go on from where the signal came.
+bool Thread::isHeldUp(const void* context) noexcept {
+  timesAsked_ = std::min(timesAsked_ + 1, kMostTimesAsked);
+  if (isInShortSection()) return true;
+  if (timesAsked_ < kMostTimesAsked && platform::isInsideSystem(context, whereabouts_)) return true;
+  if (!OpenSpan::isInside() || timesAsked_ > kTimesToEndSpan) return false;
+  OpenSpan::deferStop();
+  return true;
+}
+
+void Thread::stopCaller() noexcept {
+  Thread* const self = threadState.thread;
+  if (self != nullptr && self->has(kCount | kCancelled)) self->carryOutRequest();
+}
+
 void Thread::carryOutRequest() noexcept {
+  timesAsked_ = 0;
   if (threadState.sleepWord != nullptr) wakeOne(threadState.sleepWord);
   if (has(kCancelled)) endHere();
   stand();
@@ -185,17 +218,13 @@ void Thread::carryOutRequest() noexcept {
 
 // A thread may be out of the system's code for a hundredth of its time only, and get to run
 // rarely. So it sees to it itself that it is asked often while it does run, at moments that
-// have nothing to do with what it is doing. The pauses grow, since some of it has to be left
-// for its work between two signals.
+// have nothing to do with what it is doing.
 bool Thread::askAgain() noexcept {
   if (!hasTimer_.load(std::memory_order_acquire)) return false;
-  constexpr std::uint32_t kTimesPerDoubling = 1024;
-  constexpr std::uint32_t kMostDoublings = 10;
-  const std::uint32_t doublings = std::min(timesAsked_++ / kTimesPerDoubling, kMostDoublings);
   // The linear congruential generator of Numerical Recipes, whose high bits serve.
   random_ = random_ * 1'664'525 + 1'013'904'223;
   const std::uint64_t pauseNs = kShortestPauseNs + (random_ >> 16 & kMorePausesNs);
-  return platform::startStopTimer(timer_, pauseNs << doublings) == 0;
+  return platform::startStopTimer(timer_, pauseNs << timesAsked_ / kTimesPerDoubling) == 0;
 }
 
 void Thread::stand() noexcept {
@@ -216,6 +245,7 @@ void Thread::stand() noexcept {
 void Thread::endHere() noexcept {
   if (threadState.wait != nullptr) threadState.wait->leave();
   giveDeferredWake();
+  giveBiasedThreadBack();
   threadState.thread = nullptr;
   if (!endRequests()) {
     EndedThreads::free();
@@ -234,14 +264,16 @@ long Thread::suspend() noexcept {
   if (isElsewhere()) return kFailed;
   const std::uint32_t before = word().fetch_add(1, std::memory_order_acq_rel);
   const auto count = static_cast<long>(before & kCount);
-  if (isCaller()) {
-    stand();
-  } else if ((before & kEnded) != 0 || (count == 0 && !request(kStanding))) {
+  if ((before & kEnded) != 0 || (count == 0 && !request(kStanding))) {
     word().fetch_sub(1, std::memory_order_relaxed);
     wakeAll(&word_);
     return kFailed;
   }
   return count;
+}
+
+long Thread::suspendCaller() noexcept {
+  return static_cast<long>(word().fetch_add(1, std::memory_order_acq_rel) & kCount);
 }
 
 long Thread::resume() noexcept {
@@ -298,11 +330,14 @@ void Thread::letGo() {
 // Asks until the word has one of the marks awaited.
 bool Thread::request(std::uint32_t awaited) noexcept {
   int error = 0;
-  while (!has(awaited | kEnded) && (error == 0 || error == EAGAIN)) {
+  for (;;) {
+    // In this order: an answer that comes after the look at the word is not missed.
     const std::uint32_t last = answers().load(std::memory_order_acquire);
+    if (has(awaited | kEnded) || (error != 0 && error != EAGAIN)) break;
     error = sendRequest();
     if (error == 0) waitForAnswer(last);
-    if (!has(awaited | kEnded) && !openTimer()) platform::nap(kPauseWithoutTimerNs);
+    if (has(awaited | kEnded)) break;
+    if (error != 0 || !openTimer()) platform::nap(kPauseWithoutTimerNs);
   }
   closeTimer();
   return has(awaited);
@@ -311,7 +346,6 @@ bool Thread::request(std::uint32_t awaited) noexcept {
 bool Thread::openTimer() noexcept {
   if (hasTimer_.load(std::memory_order_relaxed)) return true;
   if (platform::createStopTimer(timer_, id()) != 0) return false;
-  timesAsked_ = 0;
   hasTimer_.store(true, std::memory_order_release);
   return true;
 }
@@ -341,7 +375,7 @@ void Thread::waitForEnd() noexcept {
 
 bool Thread::free() noexcept {
   if (!isFreed_) {
-    closeTimer();
+    if (!isElsewhere()) closeTimer();
     // Its end is near. A thread that is ended while it waits here would keep others from
     // ever freeing this one.
     const ShortSection section;

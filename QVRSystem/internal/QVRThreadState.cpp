@@ -33,6 +33,7 @@ class ThreadEndKey {
   static void threadEnds(void* /*state*/) {
     threadState.isEndWatched = false;
     giveDeferredWake();
+    giveBiasedThreadBack();
     Thread::leave();
   }
 
@@ -50,6 +51,12 @@ std::uint32_t refreshThreadId() noexcept {
   std::uint32_t id = 0;
   platform::threadId(id);
   return cachedThreadId = id;
+}
+
+void OpenSpan::stop() noexcept {
+  if (isInside() || isInShortSection()) return;
+  threadState.isStopDeferred.store(false, std::memory_order_relaxed);
+  Thread::stopCaller();
 }
 
 std::uint64_t makeThreadSerial() noexcept {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <utility>
 
+#include "QVRSystem/internal/QVRBiasedThread.h"
 #include "QVRThreadIdAccess.h"
 
 namespace qvr::internal {
@@ -37,6 +38,11 @@ struct ThreadState {
   Thread* thread = nullptr;               // null where the library did not make it
   EndableWait* wait = nullptr;            // that it is in
   std::uint32_t* sleepWord = nullptr;     // of the lock for which it waits
+  bool hasAskedForBias = false;           // for what follows
+  BiasedThread* biasedThread = &noBiasedThread;
+  bool isWaitOpen = false;                   // as OpenWait says
+  std::atomic<std::uint32_t> openSpans = 0;  // as OpenSpan says
+  std::atomic<bool> isStopDeferred = false;  // to the end of the outermost of them
 };
 
 // Initial-exec: one read to reach, and safe to read in a signal handler.
@@ -66,14 +72,24 @@ inline std::uint64_t currentThreadSerial() noexcept {
   return serial != 0 ? serial : makeThreadSerial();
 }
 
+/// What others see of the calling thread, noBiasedThread where it has none.
+inline BiasedThread* knownBiasedThread() noexcept { return threadState.biasedThread; }
+
+/// Has the calling thread ask for one, once. With no lock held: the C library may ask the
+/// heap.
+inline void prepareBiasedThread() noexcept {
+  if (!threadState.hasAskedForBias) takeBiasedThread();
+}
+
 /// The word of the calling thread's deferred wake-up; null where there is none.
 inline std::uint32_t*& deferredWake() noexcept { return threadState.deferredWake; }
 
 /// Has the end of the calling thread noticed, for the first time or again.
 bool startWatchingThreadEnd() noexcept;
 
-/// Sees to it that the calling thread's deferred wake-up is given when it ends.
-/// @return whether it will be.
+/// Sees to it that the calling thread's deferred wake-up is given when it ends, and its
+/// BiasedThread given back.
+/// @return whether they will be.
 inline bool watchThreadEnd() noexcept {
   return threadState.isEndWatched || startWatchingThreadEnd();
 }
@@ -127,6 +143,18 @@ class LockWait {
   std::uint32_t* const outer_;  // in the handler of a signal
 };
 
+/// In a short section, for the scope in which it takes its first lock: the thread can be
+/// stopped while it sleeps there, for it holds nothing. For locks that others may hold for
+/// long; in any other the holder is let out.
+class OpenWait {
+ public:
+  OpenWait() noexcept { threadState.isWaitOpen = true; }
+  ~OpenWait() { threadState.isWaitOpen = false; }
+
+  OpenWait(const OpenWait&) = delete;
+  OpenWait& operator=(const OpenWait&) = delete;
+};
+
 /// Marks a short critical section of the library for its scope: whoever would
 /// suspend or end the thread lets it out first. No caller's code runs inside.
 ///
@@ -171,6 +199,60 @@ class ShortSectionPause {
 
  private:
   const std::uint32_t marks_;
+};
+
+/// The sleep of a thread that waits for a lock; no short section in an open wait.
+class LockSleep {
+ public:
+  LockSleep() noexcept : marks_(threadState.shortSections.load(std::memory_order_relaxed)) {
+    if (threadState.isWaitOpen) setMarks(0);
+  }
+  ~LockSleep() { setMarks(marks_); }
+
+  LockSleep(const LockSleep&) = delete;
+  LockSleep& operator=(const LockSleep&) = delete;
+
+ private:
+  static void setMarks(std::uint32_t marks) noexcept {
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    threadState.shortSections.store(marks, std::memory_order_relaxed);
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+  }
+
+  const std::uint32_t marks_;
+};
+
+/// A span in which the thread holds a lock of the library and runs its caller's code between
+/// short sections. Whoever would stop the thread lets it come to the end of the span, where
+/// it stops by itself, unless that takes long.
+class OpenSpan {
+ public:
+  /// In a short section.
+  static void begin() noexcept { add(1); }
+
+  /// In a short section. Behind the outermost span and section, stopIfDeferred() is called.
+  static void end() noexcept { add(~0u); }
+
+  static bool isInside() noexcept {
+    return threadState.openSpans.load(std::memory_order_relaxed) != 0;
+  }
+
+  static void deferStop() noexcept {
+    threadState.isStopDeferred.store(true, std::memory_order_relaxed);
+  }
+
+  /// Where the thread was asked to stop meanwhile, stops it.
+  static void stopIfDeferred() noexcept {
+    if (threadState.isStopDeferred.load(std::memory_order_relaxed)) stop();
+  }
+
+ private:
+  static void stop() noexcept;
+
+  static void add(std::uint32_t spans) noexcept {
+    threadState.openSpans.store(threadState.openSpans.load(std::memory_order_relaxed) + spans,
+                                std::memory_order_relaxed);
+  }
 };
 
 }  // namespace qvr::internal

@@ -39,8 +39,14 @@ inline void wakeAll(std::uint32_t* word) noexcept {
 
 inline void relax() noexcept {}
 
+/// One shows what any number of them do.
+inline constexpr int kYieldsBeforeSleep = 1;
+
 inline void yield() noexcept {
   if (scheduler::onThread()) scheduler::yieldToOthers();
 }
+
+/// Between looks at what another thread is to write.
+inline void pause() noexcept { yield(); }
 
 }  // namespace qvr::internal
