@@ -14,12 +14,29 @@ constexpr char kSource[] = "examples/catalogue/TextReport";
 
 constexpr unsigned kLabelWidth = 16;
 constexpr unsigned kDateWidth = 10;
+constexpr unsigned kChecksumWidth = 8;
 constexpr unsigned kCountWidth = 12;
 constexpr unsigned kBytesWidth = 20;
 
 QVRMessage row(const wchar16* format, int line) { return {format, kSource, line}; }
 
-void writeTotal(const wchar16* label, std::uint64_t value, std::ostream& out) {
+// As with paths below, the value comes apart from the message.
+void writeFact(const wchar16* label, const std::string& value, std::ostream& out) {
+  QVRMessage message = row(u"%1", __LINE__);
+  message << QVRSetWidth(kLabelWidth) << QVRSetAlignment(QVRMsgBase::AlignLeft) << label;
+  out << message << printable(value) << '\n';
+}
+
+void writeMachine(const Machine& machine, std::ostream& out) {
+  writeFact(u"host", machine.host, out);
+  writeFact(u"user", machine.user, out);
+  writeFact(u"processors", std::to_string(machine.processors), out);
+  writeFact(u"system", "release " + machine.release, out);
+  out << '\n';
+}
+
+template <class Value>
+void writeTotal(const wchar16* label, const Value& value, std::ostream& out) {
   QVRMessage message = row(u"%1%2\n", __LINE__);
   message << QVRSetWidth(kLabelWidth) << QVRSetAlignment(QVRMsgBase::AlignLeft) << label
           << QVRSetWidth(kBytesWidth) << value;
@@ -51,23 +68,25 @@ void writeYears(const Years& years, std::ostream& out) {
   }
 }
 
+std::string orUnknown(const std::string& text) { return text.empty() ? "unknown" : text; }
+
 // The path comes apart from the message, since no locale need be able to read it.
 template <class Bytes>
-void writeFile(const Bytes& bytes, const std::string& date, const std::string& path,
-               std::ostream& out) {
-  QVRMessage message = row(u"%1  %2  ", __LINE__);
-  message << QVRSetWidth(kBytesWidth) << bytes << QVRSetWidth(kDateWidth)
-          << QVRSetAlignment(QVRMsgBase::AlignLeft) << date;
+void writeFile(const Bytes& bytes, const std::string& date, const std::string& checksum,
+               const std::string& path, std::ostream& out) {
+  QVRMessage message = row(checksum.empty() ? u"%1  %2  " : u"%1  %2  %3  ", __LINE__);
+  message << QVRSetWidth(kBytesWidth) << bytes << QVRSetAlignment(QVRMsgBase::AlignLeft)
+          << QVRSetWidth(kDateWidth) << date << QVRSetWidth(kChecksumWidth) << checksum;
   out << message << path << '\n';
 }
 
-void writeLargest(const std::vector<LargeFile>& files, std::ostream& out) {
+void writeLargest(const std::vector<LargeFile>& files, bool hasChecksums, std::ostream& out) {
   if (files.empty()) return;
   out << '\n';
-  writeFile(u"bytes", "date", "largest files", out);
+  writeFile(u"bytes", "date", hasChecksums ? "crc-32" : "", "largest files", out);
   for (const LargeFile& file : files) {
-    const std::string date = isoDate(file.modified);
-    writeFile(file.bytes, date.empty() ? "unknown" : date, printable(file.path), out);
+    const std::string checksum = hasChecksums ? orUnknown(digitsOf(file.checksum)) : "";
+    writeFile(file.bytes, orUnknown(isoDate(file.modified)), checksum, printable(file.path), out);
   }
 }
 
@@ -83,12 +102,16 @@ void writeUnreadable(const std::vector<Unreadable>& entries, std::ostream& out) 
 
 }  // namespace
 
-void writeText(const Catalogue& catalogue, std::ostream& out) {
+void writeText(const Machine& machine, const Catalogue& catalogue, const Options& options,
+               std::ostream& out) {
+  writeMachine(machine, out);
   writeTotals(catalogue.totals, out);
+  if (options.checksum) writeTotal(u"crc-32", orUnknown(digitsOf(catalogue.checksum)), out);
   writeYears(catalogue.byYear, out);
-  writeLargest(catalogue.largest, out);
+  writeLargest(catalogue.largest, options.checksum, out);
   writeUnreadable(catalogue.unreadable, out);
 
+  if (catalogue.isInterrupted) out << "\ninterrupted: this is what was found up to then\n";
   QVRMessage elapsed = row(u"\nelapsed: %1 s\n", __LINE__);
   elapsed << std::to_string(catalogue.elapsedSeconds);
   out << elapsed;

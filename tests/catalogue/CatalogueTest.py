@@ -10,15 +10,19 @@ import io
 import json
 import os
 import pty
+import random
 import re
 import resource
 import shutil
+import signal
 import socket
 import subprocess
 import sys
 import tempfile
+import termios
 import threading
 import unittest
+import zlib
 
 PROGRAM = None  # set by main()
 
@@ -33,6 +37,10 @@ NOBODY = 65534
 PATH_MAX = 4096  # with the zero at the end
 
 
+def is_sanitized():
+    return b"san.so" in subprocess.run(["ldd", PROGRAM], capture_output=True, check=True).stdout
+
+
 def run(*arguments, env=None, program=None, **options):
     return subprocess.run(
         [program or PROGRAM, *arguments],
@@ -41,6 +49,18 @@ def run(*arguments, env=None, program=None, **options):
         timeout=300,
         **options,
     )
+
+
+def all_shown_on(terminal):
+    """What is still to be read from a terminal until its other side is closed."""
+    shown = b""
+    try:
+        while part := os.read(terminal, 10**6):
+            shown += part
+    except OSError:
+        pass  # so ends what a terminal shows
+    os.close(terminal)
+    return shown
 
 
 class Entry(collections.namedtuple("Entry", "path kind bytes year")):
@@ -119,6 +139,15 @@ class CatalogueTest(unittest.TestCase):
             os.utime(self.place(name), (time, time))
         return self.place(name)
 
+    def make_much_to_read(self, times):
+        """One content under so many names. @return the content."""
+        content = random.Random(times).randbytes(20_000_000)
+        with open(self.make_file(b"tree/0"), "wb") as file:
+            file.write(content)
+        for number in range(1, times):
+            os.link(self.place(b"tree/0"), self.place(b"tree/%d" % number))
+        return content
+
     def catalogue(self, directory, status=0, **options):
         """The parsed JSON, of a run that must end with this status."""
         result = run("--format=json", directory, **options)
@@ -193,7 +222,7 @@ class Counts(CatalogueTest):
     def test_empty_directory_is_one_directory(self):
         catalogue = self.catalogue(self.tree)
 
-        del catalogue["elapsedSeconds"]
+        del catalogue["elapsedSeconds"], catalogue["system"]
         totals = {"directories": 1, "regularFiles": 0, "otherEntries": 0, "bytes": 0}
         self.assertEqual(
             catalogue, {"totals": totals, "byYear": [], "largest": [], "unreadable": []}
@@ -371,6 +400,46 @@ class Reading(CatalogueTest):
         )
         self.assertIn("Permission denied", catalogue["unreadable"][1]["what"])
 
+    def test_content_that_is_refused_is_listed_and_left_out_of_the_checksum(self):
+        for name in (b"a", b"closed", b"z"):
+            with open(self.make_file(b"tree/" + name), "wb") as file:
+                file.write(b"content of " + name)
+        os.chmod(self.make_file(b"tree/closed, but empty"), 0o000)
+        os.chmod(self.place(b"tree/closed"), 0o000)
+        self.make_file(b"tree/closed directory/file", 3)
+        os.chmod(self.place(b"tree/closed directory"), 0o000)
+        program, libraries = self.stage()
+        reports = set()
+        for threads in (1, 2, 8):
+            result = run(
+                "--format=json",
+                "--checksum",
+                f"--threads={threads}",
+                self.tree,
+                program=program,
+                env=libraries,
+                cwd="/",
+                **self.asNobody,
+            )
+            self.assertEqual((result.returncode, result.stderr), (1, b""))
+            reports.add(without_time(result.stdout))
+
+        self.assertEqual(len(reports), 1)
+        catalogue = json.loads(result.stdout)
+        self.assertEqual(catalogue["crc32"], zlib_checksum(b"content of acontent of z"))
+        listed = {file["path"]: file["crc32"] for file in catalogue["largest"]}
+        self.assertIsNone(listed[as_in_json(self.tree) + "/closed"])
+        self.assertEqual(
+            self.unreadable(catalogue),
+            list(
+                zip(
+                    self.below_tree(b"closed", b"closed directory"),
+                    ["QVREAccessDenied", "QVREOpenFailed"],
+                )
+            ),
+        )
+        self.assertIn("Permission denied", catalogue["unreadable"][0]["what"])
+
     def test_given_directory_without_permission_is_counted_and_listed(self):
         os.chmod(self.tree, 0o000)
 
@@ -440,24 +509,23 @@ class DeepTree(CatalogueTest):
             [(tooDeep + "/d", "QVREOpenFailed"), (tooDeep + "/f", "QVREIOError")],
         )
 
-    def test_every_directory_that_a_descriptor_was_left_for_is_counted_whole(self):
-        self.make_file(b"tree/" + b"d/" * 40 + b"f")
+    def test_a_few_descriptors_do_for_any_depth_and_any_number_of_threads(self):
         for level in range(40):
-            self.make_file(b"tree/" + b"d/" * level + b"f")
+            for number in range(20):
+                self.make_file(b"tree/" + b"d/" * level + b"%d/f" % number, 10)
         for limit in (8, 9, 20):
-            result = run(
-                "--format=json",
-                cwd=self.tree,
-                preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (limit, limit)),
-            )
+            for threads in (1, 64):
+                result = run(
+                    "--format=json",
+                    "--checksum",
+                    f"--threads={threads}",
+                    cwd=self.tree,
+                    preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (limit, limit)),
+                )
 
-            self.assertEqual((result.returncode, result.stderr), (1, b""))
-            catalogue = json.loads(result.stdout)
-            entered = catalogue["totals"]["directories"] - 1
-            self.assertGreater(entered, 1)
-            self.assertEqual(catalogue["totals"]["regularFiles"], entered)
-            closed = "." + "/d" * entered
-            self.assertEqual(self.unreadable(catalogue), [(closed, "QVREOpenFailed")])
+                self.assertEqual((result.returncode, result.stderr), (0, b""))
+                totals = json.loads(result.stdout)["totals"]
+                self.assertEqual((totals["directories"], totals["regularFiles"]), (840, 800))
 
 
 class Times(CatalogueTest):
@@ -550,7 +618,7 @@ class Formats(CatalogueTest):
     def test_json_numbers_are_numbers(self):
         catalogue = self.catalogue(self.tree, status=1)
 
-        members = ["totals", "byYear", "largest", "unreadable", "elapsedSeconds"]
+        members = ["system", "totals", "byYear", "largest", "unreadable", "elapsedSeconds"]
         self.assertEqual(list(catalogue), members)
         self.assertGreaterEqual(catalogue["elapsedSeconds"], 0)
         file = catalogue["largest"][0]
@@ -566,7 +634,12 @@ class Formats(CatalogueTest):
         text = result.stdout.decode("utf-8", "surrogateescape")
         header, *rows = csv.reader(io.StringIO(text, newline=""))
         self.assertEqual(",".join(header), "record,name,value,bytes,date,error,what,where")
-        expected = [["total", name, str(n)] + [""] * 5 for name, n in catalogue["totals"].items()]
+        facts = ("system", catalogue["system"]), ("total", catalogue["totals"])
+        expected = [
+            [record, name, str(value)] + [""] * 5
+            for record, values in facts
+            for name, value in values.items()
+        ]
         for item in catalogue["byYear"]:
             values = [str(item[key]) for key in ("year", "files", "bytes")]
             expected.append(["year", *values] + [""] * 4)
@@ -587,8 +660,14 @@ class Formats(CatalogueTest):
         self.assertEqual((result.returncode, result.stderr), (1, b""))
         self.assertNotIn(b"\x1b", result.stdout)
         lines = result.stdout.decode("utf-8", "surrogateescape").splitlines()
+        system = dict(line.split(maxsplit=1) for line in lines[:4])
+        release = "release " + catalogue["system"].pop("release")
+        self.assertEqual(
+            system,
+            {name: str(value) for name, value in catalogue["system"].items()} | {"system": release},
+        )
         labels = ["directories", "regular files", "other entries", "bytes"]
-        totals = [re.fullmatch(r"([a-z ]+?) +(\d+)", line).groups() for line in lines[:4]]
+        totals = [re.fullmatch(r"([a-z ]+?) +(\d+)", line).groups() for line in lines[5:9]]
         self.assertEqual(
             totals, list(zip(labels, (str(n) for n in catalogue["totals"].values())))
         )
@@ -624,6 +703,359 @@ class Formats(CatalogueTest):
             self.assertEqual(len(reports), 1)
 
 
+def without_time(report):
+    return re.sub(rb"elapsed.*", b"", report)
+
+
+def zlib_checksum(content):
+    return "%08x" % zlib.crc32(content)
+
+
+class Checksums(CatalogueTest):
+    def write(self, name, content):
+        with open(self.make_file(name), "wb") as file:
+            file.write(content)
+
+    def checksums(self, directory, *options, status=0, **others):
+        """That of all contents, and those of the largest files by their names in the tree."""
+        result = run("--format=json", "--checksum", *options, directory, **others)
+        self.assertEqual((result.returncode, result.stderr), (status, b""))
+        catalogue = json.loads(result.stdout)
+        begin = len(as_in_json(directory)) + 1
+        files = {file["path"][begin:]: file["crc32"] for file in catalogue["largest"]}
+        return catalogue["crc32"], files
+
+    def contents_in_order(self, directory):
+        """All contents, one after the other in the byte order of the paths."""
+        paths = sorted(entry.path for entry in Entry.all_of(directory) if entry.kind == "f")
+        for path in paths:
+            with open(path, "rb") as file:
+                yield file.read()
+
+    def test_check_value_is_that_of_the_standard(self):
+        self.write(b"tree/file", b"123456789")
+
+        self.assertEqual(self.checksums(self.tree), ("cbf43926", {"file": "cbf43926"}))
+
+    def test_every_checksum_is_as_zlib_says_it(self):
+        contents = {
+            "file of %d" % size: random.Random(size).randbytes(size)
+            for size in (1, 15, 16, 17, 4095, 4096, 65535, 65536, 65537, 1_000_003)
+        }
+        for name, content in contents.items():
+            self.write(b"tree/" + name.encode(), content)
+
+        _, files = self.checksums(self.tree)
+
+        self.assertEqual(files, {name: zlib_checksum(c) for name, c in contents.items()})
+
+    def test_contents_count_in_the_byte_order_of_their_paths(self):
+        names = [b"a", b"a!", b"a-b", b"a0", b"b/a", b"b/a.x", b"b.x", b"b/a-/c", b"b0", b"\xff"]
+        for name in (*names, b"a /x", b"a./x", b"a1/x", b"a1 /x", b"caf\xe9/x", b"caf\xc3\xa9"):
+            self.write(b"tree/" + name, b"content of " + name)
+
+        whole, _ = self.checksums(self.tree)
+
+        self.assertEqual(whole, zlib_checksum(b"".join(self.contents_in_order(self.tree))))
+
+    def test_every_file_of_a_large_tree_counts(self):
+        for number in range(2000):
+            name = b"tree/%d/%d/%d" % (number % 7, number % 31, number)
+            self.write(name, b"%d" % number * (number % 50))
+
+        whole, _ = self.checksums(self.tree)
+
+        self.assertEqual(whole, zlib_checksum(b"".join(self.contents_in_order(self.tree))))
+
+    def test_no_file_has_the_checksum_of_no_bytes(self):
+        self.assertEqual(self.checksums(self.tree), ("00000000", {}))
+        self.make_file(b"tree/empty")
+        self.assertEqual(self.checksums(self.tree), ("00000000", {"empty": "00000000"}))
+
+    def test_only_regular_files_are_read(self):
+        self.make_tree_of_every_kind()
+        expected = zlib_checksum(b"".join(self.contents_in_order(self.tree)))
+
+        # A pipe that was opened to be read would have it wait.
+        whole, _ = self.checksums(self.tree)
+
+        self.assertEqual(whole, expected)
+
+    def test_holes_are_zeros_that_nobody_has_to_read(self):
+        size = 2**40
+        with open(self.make_file(b"tree/sparse", size), "r+b") as file:
+            file.write(b"begin")
+            file.seek(2**39 + 7)
+            file.write(b"middle")
+        # As in the program: zeros are so many squarings, not so many bytes.
+        expected = zlib.crc32(b"begin")
+        expected = crc_of_zeros_behind(expected, 2**39 + 7 - 5)
+        expected = zlib.crc32(b"middle", expected)
+        expected = crc_of_zeros_behind(expected, size - 2**39 - 7 - 6)
+
+        whole, files = self.checksums(self.tree)
+
+        self.assertEqual(whole, "%08x" % expected)
+        self.assertEqual(files, {"sparse": whole})
+
+    def test_holes_are_as_zlib_says_them(self):
+        content = bytearray(2**20)
+        name = self.make_file(b"tree/sparse", len(content))
+        with open(name, "r+b") as file:
+            for at in (0, 70_000, 300_000, 700_001):
+                content[at : at + 6] = b"island"
+                file.seek(at)
+                file.write(b"island")
+
+        self.assertEqual(self.checksums(self.tree)[0], zlib_checksum(content))
+
+    def test_files_that_tell_no_size_are_not_read(self):
+        """The system makes some up that never end, or have their readers wait."""
+        made_up = b"/proc/sys/kernel/random"
+        if not os.path.isdir(made_up):
+            self.skipTest("no files that the system makes up")
+
+        whole, _ = self.checksums(made_up)
+
+        self.assertEqual(whole, "00000000")
+
+    def test_csv_and_text_have_the_checksums_too(self):
+        self.write(b"tree/file", b"123456789")
+        self.write(b"tree/longer file", b"123456789" * 2)
+        whole, files = self.checksums(self.tree)
+
+        table = run("--format=csv", "--checksum", self.tree).stdout.decode()
+        text = run("--checksum", self.tree).stdout.decode()
+
+        rows = list(csv.reader(io.StringIO(table)))
+        self.assertIn(["checksum", "crc32", whole] + [""] * 5, rows)
+        listed = {row[1].split("/tree/")[1]: row[2] for row in rows if row[0] == "largest"}
+        self.assertEqual(listed, files)
+        self.assertRegex(text, f"(?m)^crc-32 +{whole}$")
+        for name, checksum in files.items():
+            self.assertRegex(text, f"(?m)^ +\\d+  \\d{{4}}-\\d\\d-\\d\\d  {checksum}  .*/{name}$")
+
+    def test_files_that_change_meanwhile_are_got_through(self):
+        stop = threading.Event()
+
+        def churn():
+            name = self.place(b"tree/changing")
+            while not stop.is_set():
+                with open(name, "wb") as file:
+                    file.write(b"x" * 200_000)
+                with open(name, "r+b") as file:
+                    file.truncate(10)
+                    file.truncate(10**9)
+                os.unlink(name)
+                os.mkfifo(name)
+                os.unlink(name)
+                os.symlink(b"/dev/zero", name)
+                os.unlink(name)
+
+        churning = threading.Thread(target=churn)
+        churning.start()
+        try:
+            for _ in range(50):
+                result = run("--format=json", "--checksum", self.tree)
+                self.assertIn(result.returncode, (0, 1), result)
+                catalogue = json.loads(result.stdout)
+                self.assertEqual(result.returncode, int(bool(catalogue["unreadable"])))
+                self.assertIsNotNone(catalogue["crc32"])
+        finally:
+            stop.set()
+            churning.join()
+
+
+def crc_of_zeros_behind(crc, count):
+    """The CRC-32 with so many zeros behind, by squaring the matrix of one zero bit."""
+    matrix = [0xEDB88320] + [1 << bit for bit in range(31)]
+
+    def times(columns, vector):
+        product = 0
+        for bit, column in enumerate(columns):
+            if vector >> bit & 1:
+                product ^= column
+        return product
+
+    remainder, bits = crc ^ 0xFFFFFFFF, count * 8
+    while bits:
+        if bits & 1:
+            remainder = times(matrix, remainder)
+        matrix = [times(matrix, column) for column in matrix]
+        bits >>= 1
+    return remainder ^ 0xFFFFFFFF
+
+
+class Threads(CatalogueTest):
+    NUMBERS = (1, 2, 3, 8, 64)
+
+    def assert_same_for_every_number_of_threads(self, directory, status, **options):
+        for form in ("text", "csv", "json"):
+            reports = set()
+            for threads in self.NUMBERS:
+                result = run(
+                    f"--format={form}", "--checksum", f"--threads={threads}", directory, **options
+                )
+                self.assertEqual((result.returncode, result.stderr), (status, b""), threads)
+                reports.add(without_time(result.stdout))
+
+            self.assertEqual(len(reports), 1, form)
+
+    def test_number_of_threads_changes_nothing_in_the_report(self):
+        self.make_tree_of_every_kind()
+        for number in range(3000):
+            size = number % 100 if number % 10 else 100
+            self.make_file(b"tree/%d/%d/%d" % (number % 13, number % 17, number), size)
+        for name in (b"back\\slash", b"%a%/%b%", b"\\", b"x\\y"):
+            self.make_file(b"tree/odd/" + name + b"/inside")
+            self.make_file(b"tree/more/" + name)
+
+        self.assert_same_for_every_number_of_threads(self.tree, status=1)
+
+    def test_number_of_threads_changes_nothing_in_that_of_usr_include(self):
+        self.assert_same_for_every_number_of_threads(b"/usr/include", status=0)
+
+    def most_while_it_runs(self, read, *arguments):
+        """The most that `read` ever gives for the process's folder in /proc."""
+        with subprocess.Popen(
+            [PROGRAM, *arguments], env=ENVIRONMENT, stdout=subprocess.PIPE
+        ) as process:
+            most = 0
+            while process.poll() is None:
+                try:
+                    most = max(most, read(f"/proc/{process.pid}"))
+                except (OSError, AttributeError):
+                    pass  # it ends just now
+                try:
+                    process.wait(0.005)
+                except subprocess.TimeoutExpired:
+                    pass
+        self.assertEqual(process.returncode, 0)
+        return most
+
+    def test_threads_are_as_many_as_are_asked_for(self):
+        self.make_much_to_read(30)
+
+        few, many = (
+            self.most_while_it_runs(
+                lambda folder: len(os.listdir(folder + "/task")),
+                "--checksum",
+                f"--threads={threads}",
+                self.tree,
+            )
+            for threads in (1, 6)
+        )
+
+        self.assertEqual(many - few, 5)
+
+    def test_memory_does_not_grow_with_the_tree(self):
+        # Disks take minutes to remove so many.
+        quick = "/dev/shm" if os.access("/dev/shm", os.W_OK) else None
+        tree = os.fsencode(tempfile.mkdtemp(prefix="qvr-catalogue-", dir=quick))
+        self.addCleanup(self.remove, tree)
+        numbers = range(36)
+        for first in numbers:
+            os.mkdir(tree + b"/%0100d" % first)
+            for second in numbers:
+                os.mkdir(tree + b"/%0100d/%0100d" % (first, second))
+                for third in numbers:
+                    os.mkdir(tree + b"/%0100d/%0100d/%0100d" % (first, second, third))
+
+        def peak_kilobytes(folder):
+            with open(folder + "/status") as file:
+                return int(re.search(r"VmHWM:\s*(\d+) kB", file.read()).group(1))
+
+        # A queue of all these directories would take twice as much.
+        limit = 1_000_000 if is_sanitized() else 10_000
+        for threads in (1, 8):
+            peak = self.most_while_it_runs(peak_kilobytes, f"--threads={threads}", tree)
+            self.assertGreater(peak, 0)
+            self.assertLess(peak, limit)
+
+
+class Interrupts(CatalogueTest):
+    """The first interrupt has the program end with what it has, the second at once."""
+
+    HANDLED = 1 << signal.SIGINT - 1
+
+    def start(self, *options, stderr):
+        process = subprocess.Popen(
+            [PROGRAM, *options, self.tree],
+            env=ENVIRONMENT,
+            stdout=subprocess.PIPE,
+            stderr=stderr,
+            # A shell has its background jobs ignore the signal.
+            preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_DFL),
+        )
+        self.addCleanup(process.kill)
+        return process
+
+    def interrupted_report(self, *options):
+        """What the program prints that is interrupted as soon as it shows that it walks."""
+        terminal, side = pty.openpty()
+        process = self.start("--checksum", *options, stderr=side)
+        os.close(side)
+        while b"entries" not in os.read(terminal, 1000):
+            pass
+
+        process.send_signal(signal.SIGINT)
+        report, _ = process.communicate(timeout=300)
+
+        shown = all_shown_on(terminal)
+        self.assertEqual(process.returncode, 130)
+        self.assertTrue(shown == b"" or shown.endswith(b"\r\x1b[K"))
+        return report.decode()
+
+    def test_first_one_has_it_print_what_it_has(self):
+        content = self.make_much_to_read(1000)
+        for threads in (1, 8):
+            catalogue = json.loads(
+                self.interrupted_report("--format=json", f"--threads={threads}")
+            )
+
+            self.assertIs(catalogue["interrupted"], True)
+            self.assertIsNone(catalogue["crc32"])
+            self.assertGreaterEqual(catalogue["totals"]["directories"], 1)
+            self.assertLess(catalogue["totals"]["bytes"], 1000 * len(content))
+            self.assertEqual(catalogue["unreadable"], [])
+            for file in catalogue["largest"]:
+                self.assertIn(file["crc32"], (None, zlib_checksum(content)))
+
+    def test_every_format_says_so(self):
+        self.make_much_to_read(1000)
+
+        rows = list(csv.reader(io.StringIO(self.interrupted_report("--format=csv"))))
+        text = self.interrupted_report()
+
+        self.assertIn(["interrupted"] + [""] * 7, rows)
+        self.assertIn(["checksum", "crc32"] + [""] * 6, rows)
+        self.assertRegex(text, r"(?m)^interrupted: ")
+        self.assertRegex(text, r"(?m)^crc-32 +unknown$")
+
+    def handles_interrupts(self, process):
+        with open(f"/proc/{process.pid}/status") as file:
+            caught = re.search(r"SigCgt:\s*([0-9a-f]+)", file.read()).group(1)
+        return bool(int(caught, 16) & self.HANDLED)
+
+    def test_second_one_ends_it_at_once(self):
+        terminal, side = pty.openpty()
+        # Its first line of progress has the program wait.
+        termios.tcflow(side, termios.TCOOFF)
+        process = self.start(stderr=side)
+        while not self.handles_interrupts(process):
+            self.assertIsNone(process.poll())
+
+        process.send_signal(signal.SIGINT)
+        while self.handles_interrupts(process):
+            self.assertIsNone(process.poll())
+        process.send_signal(signal.SIGINT)
+        report, _ = process.communicate(timeout=300)
+
+        os.close(side)
+        os.close(terminal)
+        self.assertEqual((process.returncode, report), (-signal.SIGINT, b""))
+
+
 class CommandLine(CatalogueTest):
     def assert_refused(self, arguments, complaint, **options):
         result = run(*arguments, **options)
@@ -637,6 +1069,7 @@ class CommandLine(CatalogueTest):
         gone, dangling = self.place(b"gone"), self.place(b"dangling")
         option = b"unknown option '%s': --help lists them"
         form = b"unknown format '%s': it is text, csv or json"
+        threads = b"'%s' is no number of threads: that is from 1 to 1024"
         cases = [
             ([b"--bogus"], option % b"--bogus"),
             ([b"-x", self.tree], option % b"-x"),
@@ -653,6 +1086,16 @@ class CommandLine(CatalogueTest):
             ([file], b"'%s' is not a directory" % file),
             ([b"/dev/null"], b"'/dev/null' is not a directory"),
             ([b"/" * PATH_MAX], b"'%s' cannot be looked at" % (b"/" * PATH_MAX)),
+            ([b"--threads"], option % b"--threads"),
+            ([b"--checksum=1"], option % b"--checksum=1"),
+            ([b"--threads="], threads % b""),
+            ([b"--threads=0"], threads % b"0"),
+            ([b"--threads=-1"], threads % b"-1"),
+            ([b"--threads=+1"], threads % b"+1"),
+            ([b"--threads=1025"], threads % b"1025"),
+            ([b"--threads=2 "], threads % b"2 "),
+            ([b"--threads=0x2"], threads % b"0x2"),
+            ([b"--threads=99999999999999999999"], threads % b"99999999999999999999"),
             ([self.tree, self.place(b"")], b"'%s' is one directory too many" % self.place(b"")),
         ]
         for arguments, complaint in cases:
@@ -675,7 +1118,8 @@ class CommandLine(CatalogueTest):
 
         self.assertEqual((result.returncode, result.stderr), (0, b""))
         self.assertTrue(result.stdout.startswith(b"Usage: catalogue "))
-        for option in (b"--format=", b"--help", b"text", b"csv", b"json"):
+        options = (b"--format=", b"--threads=", b"--checksum", b"--help")
+        for option in (*options, b"text", b"csv", b"json"):
             self.assertIn(option, result.stdout)
 
     def test_what_follows_two_dashes_is_no_option(self):
@@ -706,19 +1150,30 @@ class Terminal(CatalogueTest):
     def test_progress_is_shown_there_and_taken_away(self):
         for number in range(500):
             self.make_file(b"tree/%d" % number)
-        terminal, side = pty.openpty()
 
-        result = subprocess.run(
-            [PROGRAM, self.tree], env=ENVIRONMENT, stdout=subprocess.PIPE, stderr=side
-        )
+        shown = self.shown_by()
 
-        os.close(side)
-        shown = os.read(terminal, 10**6)
-        os.close(terminal)
-        self.assertEqual(result.returncode, 0)
         self.assertRegex(shown, rb"\r\x1b\[K\d+ entries")
         self.assertTrue(shown.endswith(b"\r\x1b[K"))
         self.assertNotIn(b"\n", shown)
+
+    def shown_by(self, *options):
+        terminal, side = pty.openpty()
+        with subprocess.Popen(
+            [PROGRAM, *options, self.tree], env=ENVIRONMENT, stdout=subprocess.PIPE, stderr=side
+        ) as process:
+            os.close(side)
+            shown = all_shown_on(terminal)
+        self.assertEqual(process.returncode, 0)
+        return shown
+
+    def test_progress_tells_how_much_has_been_read(self):
+        self.make_much_to_read(50)
+
+        shown = self.shown_by("--checksum")
+
+        self.assertRegex(shown, rb"\r\x1b\[K51 entries, \d+ MB read")
+        self.assertTrue(shown.endswith(b"\r\x1b[K"))
 
 
 class Traces(CatalogueTest):
