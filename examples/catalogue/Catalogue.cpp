@@ -22,8 +22,12 @@ bool comesBefore(const LargeFile& a, const LargeFile& b) {
   return std::tie(b.bytes, a.path) < std::tie(a.bytes, b.path);
 }
 
+bool belongsTo(const std::vector<LargeFile>& largest, const LargeFile& file) {
+  return largest.size() < kLargestCount || comesBefore(file, largest.back());
+}
+
 void addTo(std::vector<LargeFile>& largest, LargeFile file) {
-  if (largest.size() == kLargestCount && !comesBefore(file, largest.back())) return;
+  if (!belongsTo(largest, file)) return;
   const auto place = std::upper_bound(largest.begin(), largest.end(), file, comesBefore);
   largest.insert(place, std::move(file));
   if (largest.size() > kLargestCount) largest.pop_back();
@@ -55,6 +59,8 @@ void Catalogue::addFile(LargeFile file) {
 void Catalogue::addUnreadable(const std::string& path, const std::exception& failure) {
   unreadable.push_back({path, classNameOf(failure), failure.what(), whereOf(failure)});
 }
+
+bool Catalogue::isLarge(const LargeFile& file) const { return belongsTo(largest, file); }
 
 void Catalogue::add(Catalogue other) {
   totals.directories += other.totals.directories;

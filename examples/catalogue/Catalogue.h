@@ -64,6 +64,9 @@ struct Catalogue {
 
   void addUnreadable(const std::string& path, const std::exception& failure);
 
+  /// Whether the file is among the largest of those so far.
+  bool isLarge(const LargeFile& file) const;
+
   /// Adds what has been found elsewhere in the tree; in what order is of no consequence.
   void add(Catalogue other);
 

@@ -77,7 +77,9 @@ void writeCsv(const Machine& machine, const Catalogue& catalogue, const Options&
   out << kHeader;
   writeMachine(machine, out);
   writeTotals(catalogue.totals, out);
-  if (options.checksum) writeRecord({"checksum", "crc32", digitsOf(catalogue.checksum)}, out);
+  if (options.checksum) {
+    writeRecord({"checksum", options.checksum->name, digitsOf(catalogue.checksum)}, out);
+  }
   writeYears(catalogue.byYear, out);
   writeLargest(catalogue.largest, out);
   writeUnreadable(catalogue.unreadable, out);

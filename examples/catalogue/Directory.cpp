@@ -9,10 +9,19 @@ namespace {
 // Enough that handing them out costs little beside reading them.
 constexpr std::size_t kFilesPerPortion = 16;
 
+void append(std::optional<Checksum>& total, std::optional<Checksum>& part) {
+  if (!part) return;
+  if (total) {
+    total->append(*part);
+  } else {
+    total = std::move(part);
+  }
+}
+
 }  // namespace
 
 Directory::Directory(std::string prefix, std::vector<Entry> entries,
-                     QVRCountedPointer<Directory> parent, Checksum& total)
+                     QVRCountedPointer<Directory> parent, std::optional<Checksum>& total)
     : prefix_(std::move(prefix)),
       entries_(std::move(entries)),
       parent_(std::move(parent)),
@@ -22,7 +31,7 @@ Directory::Directory(std::string prefix, std::vector<Entry> entries,
 }
 
 Directory::~Directory() {
-  for (const Entry& entry : entries_) total_.append(entry.checksum);
+  for (Entry& entry : entries_) append(total_, entry.checksum);
 }
 
 std::string Directory::pathOf(const Entry& entry) const {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -19,7 +20,9 @@ struct Entry {
   /// That of a directory ends in a slash: so the entries of a directory that are in the byte
   /// order of their names are in that of their paths, with all that is below them.
   std::string name;
-  Checksum checksum;  ///< of the content, or of the contents below; of no bytes until known
+  /// Of the content, or of the contents below, where it is a part of that of all; nothing until
+  /// known.
+  std::optional<Checksum> checksum;
 
   bool isDirectory() const { return name.back() == '/'; }
 };
@@ -39,7 +42,7 @@ class Directory : public QVRCountedObject {
   /// @param entries in any order.
   /// @param parent holds `total`; null for the root of the tree.
   Directory(std::string prefix, std::vector<Entry> entries, QVRCountedPointer<Directory> parent,
-            Checksum& total);
+            std::optional<Checksum>& total);
   ~Directory() override;
 
   std::string pathOf(const Entry& entry) const;
@@ -55,7 +58,7 @@ class Directory : public QVRCountedObject {
   std::vector<Entry> entries_;
   std::size_t handedOut_ = 0;
   const QVRCountedPointer<Directory> parent_;
-  Checksum& total_;
+  std::optional<Checksum>& total_;
 };
 
 }  // namespace catalogue

@@ -8,7 +8,6 @@
 #include <array>
 #include <cerrno>
 #include <cstddef>
-#include <string_view>
 #include <system_error>
 
 #include "QVREIOError.h"
@@ -31,13 +30,13 @@ constexpr std::uint64_t kStatusBlock = 512;  // bytes, whatever the file system'
 /// A file on its way to be read, from the beginning to the end.
 class Reading {
  public:
-  Reading(const std::string& path, std::uint64_t size);
+  Reading(const std::string& path, std::uint64_t size, std::span<Checksum* const> checksums);
   ~Reading() { close(descriptor_); }
 
   Reading(const Reading&) = delete;
   Reading& operator=(const Reading&) = delete;
 
-  Checksum run(const PieceDone& done);
+  void run(const PieceDone& done);
 
  private:
   void requireRegularFile();
@@ -47,28 +46,28 @@ class Reading {
   void passHoleTo(std::uint64_t end);
 
   const int descriptor_;
-  bool mayHaveHoles_ = false;
+  bool passesHoles_ = false;
   std::uint64_t at_ = 0;
   std::uint64_t end_;
-  Checksum checksum_;
+  const std::span<Checksum* const> checksums_;
   std::array<char, kPieceSize> piece_;
 };
 
 // Whatever has the name by now: a pipe without a writer is opened at once, a link not at all.
-Reading::Reading(const std::string& path, std::uint64_t size)
+Reading::Reading(const std::string& path, std::uint64_t size, std::span<Checksum* const> checksums)
     : descriptor_(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NOFOLLOW | O_NONBLOCK)),
-      end_(size) {
+      end_(size),
+      checksums_(checksums) {
   if (descriptor_ == -1) throwLastError(__LINE__);
 }
 
-Checksum Reading::run(const PieceDone& done) {
+void Reading::run(const PieceDone& done) {
   requireRegularFile();
   while (at_ < end_) {
-    if (mayHaveHoles_) passHole();
-    const std::uint64_t end = mayHaveHoles_ ? endOfData() : end_;
+    if (passesHoles_) passHole();
+    const std::uint64_t end = passesHoles_ ? endOfData() : end_;
     while (at_ < end && at_ < end_) readPiece(end, done);
   }
-  return checksum_;
 }
 
 void Reading::requireRegularFile() {
@@ -77,7 +76,9 @@ void Reading::requireRegularFile() {
   if (!S_ISREG(status.st_mode)) {
     throw QVREIOError(u"Something else has the name of the file now", kSource, __LINE__);
   }
-  mayHaveHoles_ = static_cast<std::uint64_t>(status.st_blocks) * kStatusBlock < end_;
+  const bool hasHoles = static_cast<std::uint64_t>(status.st_blocks) * kStatusBlock < end_;
+  passesHoles_ = hasHoles && std::all_of(checksums_.begin(), checksums_.end(),
+                                         [](const Checksum* c) { return c->hasQuickZeros(); });
 }
 
 /// Passes the hole that begins here, if one does.
@@ -90,13 +91,13 @@ void Reading::passHole() {
     if (endOfFile != -1) passHoleTo(static_cast<std::uint64_t>(endOfFile));
     end_ = at_;
   } else {  // the file system does not tell
-    mayHaveHoles_ = false;
+    passesHoles_ = false;
   }
 }
 
 void Reading::passHoleTo(std::uint64_t end) {
   const std::uint64_t to = std::clamp(end, at_, end_);
-  checksum_.addZeros(to - at_);
+  for (Checksum* checksum : checksums_) checksum->addZeros(to - at_);
   at_ = to;
 }
 
@@ -111,15 +112,16 @@ void Reading::readPiece(std::uint64_t end, const PieceDone& done) {
   if (read == -1 && errno == EINTR) return;
   if (read == -1) throwLastError(__LINE__);
   const auto count = static_cast<std::size_t>(read);
-  checksum_.add(std::string_view(piece_.data(), count));
+  for (Checksum* checksum : checksums_) checksum->add({piece_.data(), count});
   at_ += count;
   if (count == 0 || !done(count)) end_ = at_;
 }
 
 }  // namespace
 
-Checksum checksumOfFile(const std::string& path, std::uint64_t size, const PieceDone& done) {
-  return Reading(path, size).run(done);
+void addContent(const std::string& path, std::uint64_t size, std::span<Checksum* const> checksums,
+                const PieceDone& done) {
+  Reading(path, size, checksums).run(done);
 }
 
 }  // namespace catalogue

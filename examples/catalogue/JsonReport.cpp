@@ -50,11 +50,16 @@ std::string quotedOrNull(const std::string& text) {
   return text.empty() ? "null" : quoteJson(text);
 }
 
-void writeLargest(const std::vector<LargeFile>& files, bool hasChecksums, std::ostream& out) {
-  writeArray("largest", files, out, [hasChecksums, &out](const LargeFile& file) {
+std::string memberFor(const CatalogueChecksum& method, const std::optional<Checksum>& checksum) {
+  return quoteJson(method.name) + ": " + quotedOrNull(digitsOf(checksum));
+}
+
+void writeLargest(const std::vector<LargeFile>& files, const CatalogueChecksum* checksum,
+                  std::ostream& out) {
+  writeArray("largest", files, out, [checksum, &out](const LargeFile& file) {
     out << "{\"path\": " << quoteJson(file.path) << ", \"bytes\": " << file.bytes
         << ", \"date\": " << quotedOrNull(isoDate(file.modified));
-    if (hasChecksums) out << ", \"crc32\": " << quotedOrNull(digitsOf(file.checksum));
+    if (checksum) out << ", " << memberFor(*checksum, file.checksum);
     out << '}';
   });
 }
@@ -75,7 +80,7 @@ void writeJson(const Machine& machine, const Catalogue& catalogue, const Options
   writeMachine(machine, out);
   writeTotals(catalogue.totals, out);
   if (options.checksum) {
-    out << "  \"crc32\": " << quotedOrNull(digitsOf(catalogue.checksum)) << ",\n";
+    out << "  " << memberFor(*options.checksum, catalogue.checksum) << ",\n";
   }
   writeYears(catalogue.byYear, out);
   writeLargest(catalogue.largest, options.checksum, out);

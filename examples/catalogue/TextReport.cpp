@@ -1,4 +1,7 @@
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -14,7 +17,6 @@ constexpr char kSource[] = "examples/catalogue/TextReport";
 
 constexpr unsigned kLabelWidth = 16;
 constexpr unsigned kDateWidth = 10;
-constexpr unsigned kChecksumWidth = 8;
 constexpr unsigned kCountWidth = 12;
 constexpr unsigned kBytesWidth = 20;
 
@@ -35,8 +37,8 @@ void writeMachine(const Machine& machine, std::ostream& out) {
   out << '\n';
 }
 
-template <class Value>
-void writeTotal(const wchar16* label, const Value& value, std::ostream& out) {
+template <class Label, class Value>
+void writeTotal(const Label& label, const Value& value, std::ostream& out) {
   QVRMessage message = row(u"%1%2\n", __LINE__);
   message << QVRSetWidth(kLabelWidth) << QVRSetAlignment(QVRMsgBase::AlignLeft) << label
           << QVRSetWidth(kBytesWidth) << value;
@@ -70,23 +72,41 @@ void writeYears(const Years& years, std::ostream& out) {
 
 std::string orUnknown(const std::string& text) { return text.empty() ? "unknown" : text; }
 
+/// The column of checksums.
+struct Column {
+  std::string title;
+  unsigned width;
+};
+
+std::optional<Column> columnFor(const CatalogueChecksum* checksum) {
+  if (!checksum) return std::nullopt;
+  const std::string title = printableInLocale(checksum->name);
+  const std::size_t digits = 2 * checksum->digestSize;
+  return Column{title,
+                static_cast<unsigned>(std::max({title.size(), digits, orUnknown("").size()}))};
+}
+
 // The path comes apart from the message, since no locale need be able to read it.
 template <class Bytes>
-void writeFile(const Bytes& bytes, const std::string& date, const std::string& checksum,
-               const std::string& path, std::ostream& out) {
-  QVRMessage message = row(checksum.empty() ? u"%1  %2  " : u"%1  %2  %3  ", __LINE__);
+void writeFile(const Bytes& bytes, const std::string& date, const std::optional<Column>& column,
+               const std::string& checksum, const std::string& path, std::ostream& out) {
+  QVRMessage message = row(column ? u"%1  %2  %3  " : u"%1  %2  ", __LINE__);
   message << QVRSetWidth(kBytesWidth) << bytes << QVRSetAlignment(QVRMsgBase::AlignLeft)
-          << QVRSetWidth(kDateWidth) << date << QVRSetWidth(kChecksumWidth) << checksum;
+          << QVRSetWidth(kDateWidth) << date;
+  if (column) {
+    message << QVRSetAlignment(QVRMsgBase::AlignLeft) << QVRSetWidth(column->width) << checksum;
+  }
   out << message << path << '\n';
 }
 
-void writeLargest(const std::vector<LargeFile>& files, bool hasChecksums, std::ostream& out) {
+void writeLargest(const std::vector<LargeFile>& files, const std::optional<Column>& column,
+                  std::ostream& out) {
   if (files.empty()) return;
   out << '\n';
-  writeFile(u"bytes", "date", hasChecksums ? "crc-32" : "", "largest files", out);
+  writeFile(u"bytes", "date", column, column ? column->title : "", "largest files", out);
   for (const LargeFile& file : files) {
-    const std::string checksum = hasChecksums ? orUnknown(digitsOf(file.checksum)) : "";
-    writeFile(file.bytes, orUnknown(isoDate(file.modified)), checksum, printable(file.path), out);
+    writeFile(file.bytes, orUnknown(isoDate(file.modified)), column,
+              orUnknown(digitsOf(file.checksum)), printable(file.path), out);
   }
 }
 
@@ -106,9 +126,10 @@ void writeText(const Machine& machine, const Catalogue& catalogue, const Options
                std::ostream& out) {
   writeMachine(machine, out);
   writeTotals(catalogue.totals, out);
-  if (options.checksum) writeTotal(u"crc-32", orUnknown(digitsOf(catalogue.checksum)), out);
+  const std::optional<Column> column = columnFor(options.checksum);
+  if (column) writeTotal(column->title, orUnknown(digitsOf(catalogue.checksum)), out);
   writeYears(catalogue.byYear, out);
-  writeLargest(catalogue.largest, options.checksum, out);
+  writeLargest(catalogue.largest, column, out);
   writeUnreadable(catalogue.unreadable, out);
 
   if (catalogue.isInterrupted) out << "\ninterrupted: this is what was found up to then\n";

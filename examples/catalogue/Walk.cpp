@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <span>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -84,33 +85,46 @@ void addUnnameable(const std::string& path, Catalogue& found) {
                             kSource, __LINE__));
 }
 
+/// Whether contents may be read in any order and put together.
+bool hasParts(const CatalogueChecksum& checksum) { return checksum.combine != nullptr; }
+
+/// One alone reads the tree in the order of the paths.
+int threadsFor(const Options& options) {
+  return options.checksum && !hasParts(*options.checksum) ? 1 : options.threads;
+}
+
 /// Workers read portions of the tree, each into a catalogue of its own, which then becomes part
 /// of that of the whole.
 class Walk {
  public:
   Walk(const Options& options, Progress& progress, const Interruption& interruption)
-      : options_(options), progress_(progress), interruption_(interruption) {}
+      : options_(options), progress_(progress), interruption_(interruption) {
+    if (options.checksum) total_.emplace(*options.checksum);
+  }
 
   Catalogue run();
 
  private:
   void readRoot();
   void readPortion(const Portion& portion);
-  void readDirectory(const std::string& path, QVRCountedPointer<Directory> parent, Checksum& total,
-                     Catalogue& found);
+  void readDirectory(const std::string& path, QVRCountedPointer<Directory> parent,
+                     std::optional<Checksum>& total, Catalogue& found);
   void takeEntry(std::string name, DirectoryListing& listing, std::vector<Entry>& entries,
                  Catalogue& found);
-  void readFile(const std::string& path, Checksum& checksum, Catalogue& found);
-  std::optional<Checksum> readContent(const LargeFile& file, Catalogue& found);
+  void readFile(const std::string& path, std::optional<Checksum>& part, Catalogue& found);
+  void readPart(LargeFile& file, std::optional<Checksum>& part, Catalogue& found);
+  void readNext(LargeFile& file, Catalogue& found);
+  bool readContent(const LargeFile& file, std::span<Checksum* const> checksums, Catalogue& found);
+  bool isLarge(const LargeFile& file);
   void add(Catalogue found);
 
   const Options& options_;
   Progress& progress_;
   const Interruption& interruption_;
-  Checksum total_;  // the crew's until it has done
+  std::optional<Checksum> total_;  // the crew's until it has done
   QVRSysFastMutexLock lock_;
   Catalogue catalogue_ QVR_GUARDED_BY(lock_);
-  Crew crew_{options_.threads, [this](const Portion& portion) { readPortion(portion); },
+  Crew crew_{threadsFor(options_), [this](const Portion& portion) { readPortion(portion); },
              interruption_};
 };
 
@@ -120,7 +134,7 @@ Catalogue Walk::run() {
   const QVRSysFastMutexLock::LockGuard guard(lock_);
   catalogue_.sortUnreadable();
   catalogue_.isInterrupted = interruption_.isRequested();
-  if (options_.checksum && !catalogue_.isInterrupted) catalogue_.checksum = total_;
+  if (options_.checksum && !catalogue_.isInterrupted) catalogue_.checksum = std::move(total_);
   return std::move(catalogue_);
 }
 
@@ -159,7 +173,7 @@ void Walk::readPortion(const Portion& portion) {
 }
 
 void Walk::readDirectory(const std::string& path, QVRCountedPointer<Directory> parent,
-                         Checksum& total, Catalogue& found) {
+                         std::optional<Checksum>& total, Catalogue& found) {
   const QVROSPath directory(path);
   QVROSPath withDelimiter = directory;
   withDelimiter.appendPath("");
@@ -193,26 +207,52 @@ void Walk::takeEntry(std::string name, DirectoryListing& listing, std::vector<En
   entries.push_back({std::move(name), {}});
 }
 
-void Walk::readFile(const std::string& path, Checksum& checksum, Catalogue& found) {
+void Walk::readFile(const std::string& path, std::optional<Checksum>& part, Catalogue& found) {
   LargeFile file{path, readSize(path), readDate(path), std::nullopt};
-  if (options_.checksum) file.checksum = readContent(file, found);
-  checksum = file.checksum.value_or(Checksum());
+  if (options_.checksum) {
+    hasParts(*options_.checksum) ? readPart(file, part, found) : readNext(file, found);
+  }
   found.addFile(std::move(file));
 }
 
-std::optional<Checksum> Walk::readContent(const LargeFile& file, Catalogue& found) {
-  if (file.bytes == 0) return Checksum();
+void Walk::readPart(LargeFile& file, std::optional<Checksum>& part, Catalogue& found) {
+  Checksum checksum(*options_.checksum);
+  Checksum* const own[] = {&checksum};
+  if (readContent(file, own, found)) part = file.checksum = std::move(checksum);
+}
+
+/// Reads the content behind that of all before, and for a checksum of its own, too, where
+/// reports may need that.
+void Walk::readNext(LargeFile& file, Catalogue& found) {
+  Checksum total = *total_;
+  Checksum checksum(*options_.checksum);
+  Checksum* const both[] = {&total, &checksum};
+  const bool large = isLarge(file);
+  if (!readContent(file, std::span(both).first(large ? 2 : 1), found)) return;
+  total_ = std::move(total);
+  if (large) file.checksum = std::move(checksum);
+}
+
+/// @return whether all of it has been added.
+bool Walk::readContent(const LargeFile& file, std::span<Checksum* const> checksums,
+                       Catalogue& found) {
+  if (file.bytes == 0) return true;
   const auto pieceDone = [this](std::uint64_t bytes) {
     progress_.addBytes(bytes);
     return !interruption_.isRequested();
   };
   try {
-    const Checksum checksum = checksumOfFile(file.path, file.bytes, pieceDone);
-    if (!interruption_.isRequested()) return checksum;
+    addContent(file.path, file.bytes, checksums, pieceDone);
+    return !interruption_.isRequested();
   } catch (const QVRException& failure) {
     found.addUnreadable(file.path, failure);
+    return false;
   }
-  return std::nullopt;
+}
+
+bool Walk::isLarge(const LargeFile& file) {
+  const QVRSysFastMutexLock::LockGuard guard(lock_);
+  return catalogue_.isLarge(file);
 }
 
 void Walk::add(Catalogue found) {

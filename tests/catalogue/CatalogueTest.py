@@ -351,11 +351,12 @@ class Reading(CatalogueTest):
             self.asNobody = {"user": NOBODY, "group": NOBODY, "extra_groups": []}
 
     def stage(self):
-        """The program and its libraries, where anybody can run them."""
+        """The program, its libraries and plug-ins, where anybody can run them."""
         stage = self.make_directory(b"stage").decode()
         loaded = subprocess.run(["ldd", PROGRAM], capture_output=True, text=True, check=True).stdout
         for library in re.findall(r"=> (\S+/lib(?:QVR|ZEL)\S+)", loaded):
             shutil.copy(library, stage)
+        shutil.copytree(os.path.join(os.path.dirname(PROGRAM), "plugins"), stage + "/plugins")
         return shutil.copy(PROGRAM, stage), {"LD_LIBRARY_PATH": stage}
 
     def catalogue_without_rights(self, directory, status):
@@ -409,26 +410,27 @@ class Reading(CatalogueTest):
         self.make_file(b"tree/closed directory/file", 3)
         os.chmod(self.place(b"tree/closed directory"), 0o000)
         program, libraries = self.stage()
-        reports = set()
-        for threads in (1, 2, 8):
-            result = run(
-                "--format=json",
-                "--checksum",
-                f"--threads={threads}",
-                self.tree,
-                program=program,
-                env=libraries,
-                cwd="/",
-                **self.asNobody,
-            )
-            self.assertEqual((result.returncode, result.stderr), (1, b""))
-            reports.add(without_time(result.stdout))
+        for name, checksum_of in (("sha256", sha256sum), ("crc32", zlib_checksum)):
+            reports = set()
+            for threads in (1, 2, 8):
+                result = run(
+                    "--format=json",
+                    f"--checksum={name}",
+                    f"--threads={threads}",
+                    self.tree,
+                    program=program,
+                    env=libraries,
+                    cwd="/",
+                    **self.asNobody,
+                )
+                self.assertEqual((result.returncode, result.stderr), (1, b""))
+                reports.add(without_time(result.stdout))
 
-        self.assertEqual(len(reports), 1)
-        catalogue = json.loads(result.stdout)
-        self.assertEqual(catalogue["crc32"], zlib_checksum(b"content of acontent of z"))
-        listed = {file["path"]: file["crc32"] for file in catalogue["largest"]}
-        self.assertIsNone(listed[as_in_json(self.tree) + "/closed"])
+            self.assertEqual(len(reports), 1)
+            catalogue = json.loads(result.stdout)
+            self.assertEqual(catalogue[name], checksum_of(b"content of acontent of z"))
+            listed = {file["path"]: file[name] for file in catalogue["largest"]}
+            self.assertIsNone(listed[as_in_json(self.tree) + "/closed"])
         self.assertEqual(
             self.unreadable(catalogue),
             list(
@@ -711,19 +713,26 @@ def zlib_checksum(content):
     return "%08x" % zlib.crc32(content)
 
 
-class Checksums(CatalogueTest):
+def sha256sum(content):
+    result = subprocess.run(["sha256sum"], input=content, capture_output=True, check=True)
+    return result.stdout[:64].decode()
+
+
+class Checksums:
+    """What holds whichever it is."""
+
     def write(self, name, content):
         with open(self.make_file(name), "wb") as file:
             file.write(content)
 
     def checksums(self, directory, *options, status=0, **others):
         """That of all contents, and those of the largest files by their names in the tree."""
-        result = run("--format=json", "--checksum", *options, directory, **others)
+        result = run("--format=json", f"--checksum={self.NAME}", *options, directory, **others)
         self.assertEqual((result.returncode, result.stderr), (status, b""))
         catalogue = json.loads(result.stdout)
         begin = len(as_in_json(directory)) + 1
-        files = {file["path"][begin:]: file["crc32"] for file in catalogue["largest"]}
-        return catalogue["crc32"], files
+        files = {file["path"][begin:]: file[self.NAME] for file in catalogue["largest"]}
+        return catalogue[self.NAME], files
 
     def contents_in_order(self, directory):
         """All contents, one after the other in the byte order of the paths."""
@@ -732,22 +741,17 @@ class Checksums(CatalogueTest):
             with open(path, "rb") as file:
                 yield file.read()
 
-    def test_check_value_is_that_of_the_standard(self):
-        self.write(b"tree/file", b"123456789")
-
-        self.assertEqual(self.checksums(self.tree), ("cbf43926", {"file": "cbf43926"}))
-
-    def test_every_checksum_is_as_zlib_says_it(self):
+    def test_every_checksum_is_as_others_say_it(self):
         contents = {
             "file of %d" % size: random.Random(size).randbytes(size)
-            for size in (1, 15, 16, 17, 4095, 4096, 65535, 65536, 65537, 1_000_003)
+            for size in (1, 15, 16, 55, 64, 4096, 65535, 65536, 65537, 1_000_003)
         }
         for name, content in contents.items():
             self.write(b"tree/" + name.encode(), content)
 
         _, files = self.checksums(self.tree)
 
-        self.assertEqual(files, {name: zlib_checksum(c) for name, c in contents.items()})
+        self.assertEqual(files, {name: self.checksum_of(c) for name, c in contents.items()})
 
     def test_contents_count_in_the_byte_order_of_their_paths(self):
         names = [b"a", b"a!", b"a-b", b"a0", b"b/a", b"b/a.x", b"b.x", b"b/a-/c", b"b0", b"\xff"]
@@ -756,7 +760,7 @@ class Checksums(CatalogueTest):
 
         whole, _ = self.checksums(self.tree)
 
-        self.assertEqual(whole, zlib_checksum(b"".join(self.contents_in_order(self.tree))))
+        self.assertEqual(whole, self.checksum_of(b"".join(self.contents_in_order(self.tree))))
 
     def test_every_file_of_a_large_tree_counts(self):
         for number in range(2000):
@@ -765,21 +769,108 @@ class Checksums(CatalogueTest):
 
         whole, _ = self.checksums(self.tree)
 
-        self.assertEqual(whole, zlib_checksum(b"".join(self.contents_in_order(self.tree))))
+        self.assertEqual(whole, self.checksum_of(b"".join(self.contents_in_order(self.tree))))
 
     def test_no_file_has_the_checksum_of_no_bytes(self):
-        self.assertEqual(self.checksums(self.tree), ("00000000", {}))
+        none = self.checksum_of(b"")
+
+        self.assertEqual(self.checksums(self.tree), (none, {}))
         self.make_file(b"tree/empty")
-        self.assertEqual(self.checksums(self.tree), ("00000000", {"empty": "00000000"}))
+        self.assertEqual(self.checksums(self.tree), (none, {"empty": none}))
 
     def test_only_regular_files_are_read(self):
         self.make_tree_of_every_kind()
-        expected = zlib_checksum(b"".join(self.contents_in_order(self.tree)))
+        expected = self.checksum_of(b"".join(self.contents_in_order(self.tree)))
 
         # A pipe that was opened to be read would have it wait.
         whole, _ = self.checksums(self.tree)
 
         self.assertEqual(whole, expected)
+
+    def test_holes_are_zeros(self):
+        content = bytearray(2**20)
+        name = self.make_file(b"tree/sparse", len(content))
+        with open(name, "r+b") as file:
+            for at in (0, 70_000, 300_000, 700_001):
+                content[at : at + 6] = b"island"
+                file.seek(at)
+                file.write(b"island")
+
+        self.assertEqual(self.checksums(self.tree)[0], self.checksum_of(content))
+
+    def test_files_that_tell_no_size_are_not_read(self):
+        """The system makes some up that never end, or have their readers wait."""
+        made_up = b"/proc/sys/kernel/random"
+        if not os.path.isdir(made_up):
+            self.skipTest("no files that the system makes up")
+
+        whole, _ = self.checksums(made_up)
+
+        self.assertEqual(whole, self.checksum_of(b""))
+
+    def test_csv_and_text_have_the_checksums_too(self):
+        self.write(b"tree/file", b"123456789")
+        self.write(b"tree/longer file", b"123456789" * 2)
+        whole, files = self.checksums(self.tree)
+
+        table = run("--format=csv", f"--checksum={self.NAME}", self.tree).stdout.decode()
+        text = run(f"--checksum={self.NAME}", self.tree).stdout.decode()
+
+        rows = list(csv.reader(io.StringIO(table)))
+        self.assertIn(["checksum", self.NAME, whole] + [""] * 5, rows)
+        listed = {row[1].split("/tree/")[1]: row[2] for row in rows if row[0] == "largest"}
+        self.assertEqual(listed, files)
+        self.assertRegex(text, f"(?m)^{self.NAME} +{whole}$")
+        for name, checksum in files.items():
+            self.assertRegex(text, f"(?m)^ +\\d+  \\d{{4}}-\\d\\d-\\d\\d  {checksum}  .*/{name}$")
+
+    def test_files_that_change_meanwhile_are_got_through(self):
+        stop = threading.Event()
+
+        def churn():
+            name = self.place(b"tree/changing")
+            while not stop.is_set():
+                with open(name, "wb") as file:
+                    file.write(b"x" * 200_000)
+                with open(name, "r+b") as file:
+                    file.truncate(10)
+                    file.truncate(self.GROWN)
+                os.unlink(name)
+                os.mkfifo(name)
+                os.unlink(name)
+                os.symlink(b"/dev/zero", name)
+                os.unlink(name)
+
+        churning = threading.Thread(target=churn)
+        churning.start()
+        try:
+            for _ in range(50):
+                result = run("--format=json", f"--checksum={self.NAME}", self.tree)
+                self.assertIn(result.returncode, (0, 1), result)
+                catalogue = json.loads(result.stdout)
+                self.assertEqual(result.returncode, int(bool(catalogue["unreadable"])))
+                self.assertIsNotNone(catalogue[self.NAME])
+        finally:
+            stop.set()
+            churning.join()
+
+
+class Crc32(Checksums, CatalogueTest):
+    NAME = "crc32"
+    checksum_of = staticmethod(zlib_checksum)
+    GROWN = 10**9
+
+    def test_check_value_is_that_of_the_standard(self):
+        self.write(b"tree/file", b"123456789")
+
+        self.assertEqual(self.checksums(self.tree), ("cbf43926", {"file": "cbf43926"}))
+
+    def test_it_is_taken_where_no_name_is_given(self):
+        self.write(b"tree/file", b"123456789")
+
+        catalogue = json.loads(run("--format=json", "--checksum", self.tree).stdout)
+
+        self.assertEqual(catalogue["crc32"], "cbf43926")
 
     def test_holes_are_zeros_that_nobody_has_to_read(self):
         size = 2**40
@@ -797,73 +888,6 @@ class Checksums(CatalogueTest):
 
         self.assertEqual(whole, "%08x" % expected)
         self.assertEqual(files, {"sparse": whole})
-
-    def test_holes_are_as_zlib_says_them(self):
-        content = bytearray(2**20)
-        name = self.make_file(b"tree/sparse", len(content))
-        with open(name, "r+b") as file:
-            for at in (0, 70_000, 300_000, 700_001):
-                content[at : at + 6] = b"island"
-                file.seek(at)
-                file.write(b"island")
-
-        self.assertEqual(self.checksums(self.tree)[0], zlib_checksum(content))
-
-    def test_files_that_tell_no_size_are_not_read(self):
-        """The system makes some up that never end, or have their readers wait."""
-        made_up = b"/proc/sys/kernel/random"
-        if not os.path.isdir(made_up):
-            self.skipTest("no files that the system makes up")
-
-        whole, _ = self.checksums(made_up)
-
-        self.assertEqual(whole, "00000000")
-
-    def test_csv_and_text_have_the_checksums_too(self):
-        self.write(b"tree/file", b"123456789")
-        self.write(b"tree/longer file", b"123456789" * 2)
-        whole, files = self.checksums(self.tree)
-
-        table = run("--format=csv", "--checksum", self.tree).stdout.decode()
-        text = run("--checksum", self.tree).stdout.decode()
-
-        rows = list(csv.reader(io.StringIO(table)))
-        self.assertIn(["checksum", "crc32", whole] + [""] * 5, rows)
-        listed = {row[1].split("/tree/")[1]: row[2] for row in rows if row[0] == "largest"}
-        self.assertEqual(listed, files)
-        self.assertRegex(text, f"(?m)^crc-32 +{whole}$")
-        for name, checksum in files.items():
-            self.assertRegex(text, f"(?m)^ +\\d+  \\d{{4}}-\\d\\d-\\d\\d  {checksum}  .*/{name}$")
-
-    def test_files_that_change_meanwhile_are_got_through(self):
-        stop = threading.Event()
-
-        def churn():
-            name = self.place(b"tree/changing")
-            while not stop.is_set():
-                with open(name, "wb") as file:
-                    file.write(b"x" * 200_000)
-                with open(name, "r+b") as file:
-                    file.truncate(10)
-                    file.truncate(10**9)
-                os.unlink(name)
-                os.mkfifo(name)
-                os.unlink(name)
-                os.symlink(b"/dev/zero", name)
-                os.unlink(name)
-
-        churning = threading.Thread(target=churn)
-        churning.start()
-        try:
-            for _ in range(50):
-                result = run("--format=json", "--checksum", self.tree)
-                self.assertIn(result.returncode, (0, 1), result)
-                catalogue = json.loads(result.stdout)
-                self.assertEqual(result.returncode, int(bool(catalogue["unreadable"])))
-                self.assertIsNotNone(catalogue["crc32"])
-        finally:
-            stop.set()
-            churning.join()
 
 
 def crc_of_zeros_behind(crc, count):
@@ -886,20 +910,39 @@ def crc_of_zeros_behind(crc, count):
     return remainder ^ 0xFFFFFFFF
 
 
+class Sha256(Checksums, CatalogueTest):
+    NAME = "sha256"
+    checksum_of = staticmethod(sha256sum)
+    GROWN = 10**6  # since it has to go through the zeros
+
+    def test_large_files_have_their_own_whenever_they_are_met(self):
+        """Only those that reports may list get one while the contents go by."""
+        for number in range(60):
+            content = b"%d" % number * (10 + 7 * number % 60)
+            self.write(b"tree/%02d/%02d" % (number % 7, number), content)
+
+        whole, files = self.checksums(self.tree)
+
+        self.assertEqual(whole, sha256sum(b"".join(self.contents_in_order(self.tree))))
+        for name, checksum in files.items():
+            with open(self.place(b"tree/" + name.encode()), "rb") as file:
+                self.assertEqual(checksum, sha256sum(file.read()), name)
+
+
 class Threads(CatalogueTest):
     NUMBERS = (1, 2, 3, 8, 64)
 
-    def assert_same_for_every_number_of_threads(self, directory, status, **options):
-        for form in ("text", "csv", "json"):
+    def assert_same_for_every_number_of_threads(self, directory, status, asked):
+        for form, checksum in asked:
             reports = set()
             for threads in self.NUMBERS:
                 result = run(
-                    f"--format={form}", "--checksum", f"--threads={threads}", directory, **options
+                    f"--format={form}", f"--checksum={checksum}", f"--threads={threads}", directory
                 )
                 self.assertEqual((result.returncode, result.stderr), (status, b""), threads)
                 reports.add(without_time(result.stdout))
 
-            self.assertEqual(len(reports), 1, form)
+            self.assertEqual(len(reports), 1, (form, checksum))
 
     def test_number_of_threads_changes_nothing_in_the_report(self):
         self.make_tree_of_every_kind()
@@ -910,10 +953,11 @@ class Threads(CatalogueTest):
             self.make_file(b"tree/odd/" + name + b"/inside")
             self.make_file(b"tree/more/" + name)
 
-        self.assert_same_for_every_number_of_threads(self.tree, status=1)
+        asked = [("text", "crc32"), ("csv", "crc32"), ("json", "crc32"), ("json", "sha256")]
+        self.assert_same_for_every_number_of_threads(self.tree, 1, asked)
 
     def test_number_of_threads_changes_nothing_in_that_of_usr_include(self):
-        self.assert_same_for_every_number_of_threads(b"/usr/include", status=0)
+        self.assert_same_for_every_number_of_threads(b"/usr/include", 0, [("json", "crc32")])
 
     def most_while_it_runs(self, read, *arguments):
         """The most that `read` ever gives for the process's folder in /proc."""
@@ -973,6 +1017,80 @@ class Threads(CatalogueTest):
             self.assertLess(peak, limit)
 
 
+class Plugins(CatalogueTest):
+    """The search path, and what is told of a plug-in that cannot be used."""
+
+    def setUp(self):
+        super().setUp()
+        with open(self.make_file(b"tree/file"), "wb") as file:
+            file.write(b"abc")
+        self.others = os.path.join(os.path.dirname(os.path.abspath(__file__)), "plugins")
+        self.own = os.path.join(os.path.dirname(PROGRAM), "plugins")
+
+    def checksum_names(self, *options, **variables):
+        """The names of the checksums in the report, with their values."""
+        result = run("--format=csv", *options, self.tree, env=variables)
+        self.assertEqual((result.returncode, result.stderr), (0, b""))
+        rows = csv.reader(io.StringIO(result.stdout.decode()))
+        return [(row[1], row[2]) for row in rows if row[0] == "checksum"]
+
+    def assert_refused(self, complaint, *options, **variables):
+        result = run(*options, self.tree, env=variables)
+        self.assertEqual((result.returncode, result.stdout), (2, b""))
+        self.assertRegex(result.stderr.decode(), f"^catalogue: {complaint}\n$")
+
+    def test_plugin_of_the_given_folders_is_used(self):
+        for options, variables in (
+            ([f"--plugins=/nowhere;{self.others}"], {}),
+            ([], {"QVRCataloguePlugins": f"{self.others};/nowhere"}),
+            (["--plugins=%HOME%"], {"HOME": self.others}),
+        ):
+            found = self.checksum_names("--checksum=sum", *options, **variables)
+
+            self.assertEqual(found, [("sum", "0126")])
+
+    def test_given_folders_do_not_hide_the_plugins_of_the_program(self):
+        found = self.checksum_names("--checksum", f"--plugins={self.others}")
+
+        self.assertEqual(found, [("crc32", zlib_checksum(b"abc"))])
+
+    def test_given_folders_come_before_all_others(self):
+        folders = [self.make_directory(name).decode() for name in (b"given", b"environment")]
+        shutil.copy(f"{self.others}/catalogue-sum.so", folders[0] + "/catalogue-crc32.so")
+        shutil.copy(f"{self.own}/catalogue-sha256.so", folders[1] + "/catalogue-crc32.so")
+        environment = {"QVRCataloguePlugins": folders[1]}
+
+        of_environment = self.checksum_names("--checksum", **environment)
+        of_given = self.checksum_names("--checksum", f"--plugins={folders[0]}", **environment)
+
+        self.assertEqual(of_environment, [("sha256", sha256sum(b"abc"))])
+        self.assertEqual(of_given, [("sum", "0126")])
+
+    def test_missing_plugin_is_told_with_the_search_path(self):
+        path = f"/nowhere;no where;{re.escape(self.own)};[^;']*"
+        self.assert_refused(
+            f"there is no checksum 'md5': no 'catalogue-md5.so' in '{path}'",
+            "--checksum=md5",
+            "--plugins=/nowhere",
+            QVRCataloguePlugins="no where",
+        )
+
+    def test_plugin_that_cannot_be_used_is_told(self):
+        missing = self.make_directory(b"bad").decode()
+        with open(missing + "/catalogue-text.so", "w") as file:
+            file.write("no library")
+        for name, folder, complaint in (
+            ("text", missing, "the plug-in '.*text.so' cannot be loaded: file open error"),
+            ("nosymbol", self.others, "'.*' is no plug-in of the catalogue: it has no function .*"),
+            ("future", self.others, "the plug-in '.*' has version 2 .* this program version 1"),
+            ("incomplete", self.others, "the plug-in '.*' is not complete"),
+        ):
+            self.assert_refused(complaint, f"--checksum={name}", f"--plugins={folder}")
+
+    def test_nothing_is_looked_for_where_no_checksum_is_asked_for(self):
+        self.assertEqual(self.checksum_names("--plugins=/nowhere"), [])
+
+
 class Interrupts(CatalogueTest):
     """The first interrupt has the program end with what it has, the second at once."""
 
@@ -993,7 +1111,7 @@ class Interrupts(CatalogueTest):
     def interrupted_report(self, *options):
         """What the program prints that is interrupted as soon as it shows that it walks."""
         terminal, side = pty.openpty()
-        process = self.start("--checksum", *options, stderr=side)
+        process = self.start(*options, stderr=side)
         os.close(side)
         while b"entries" not in os.read(terminal, 1000):
             pass
@@ -1008,29 +1126,32 @@ class Interrupts(CatalogueTest):
 
     def test_first_one_has_it_print_what_it_has(self):
         content = self.make_much_to_read(1000)
-        for threads in (1, 8):
+        for threads, name in ((1, "crc32"), (8, "crc32"), (8, "sha256")):
             catalogue = json.loads(
-                self.interrupted_report("--format=json", f"--threads={threads}")
+                self.interrupted_report(
+                    "--format=json", f"--checksum={name}", f"--threads={threads}"
+                )
             )
 
             self.assertIs(catalogue["interrupted"], True)
-            self.assertIsNone(catalogue["crc32"])
+            self.assertIsNone(catalogue[name])
             self.assertGreaterEqual(catalogue["totals"]["directories"], 1)
             self.assertLess(catalogue["totals"]["bytes"], 1000 * len(content))
             self.assertEqual(catalogue["unreadable"], [])
+            of_each = {"crc32": zlib_checksum, "sha256": sha256sum}[name](content)
             for file in catalogue["largest"]:
-                self.assertIn(file["crc32"], (None, zlib_checksum(content)))
+                self.assertIn(file[name], (None, of_each))
 
     def test_every_format_says_so(self):
         self.make_much_to_read(1000)
 
-        rows = list(csv.reader(io.StringIO(self.interrupted_report("--format=csv"))))
-        text = self.interrupted_report()
+        rows = list(csv.reader(io.StringIO(self.interrupted_report("--format=csv", "--checksum"))))
+        text = self.interrupted_report("--checksum")
 
         self.assertIn(["interrupted"] + [""] * 7, rows)
         self.assertIn(["checksum", "crc32"] + [""] * 6, rows)
         self.assertRegex(text, r"(?m)^interrupted: ")
-        self.assertRegex(text, r"(?m)^crc-32 +unknown$")
+        self.assertRegex(text, r"(?m)^crc32 +unknown$")
 
     def handles_interrupts(self, process):
         with open(f"/proc/{process.pid}/status") as file:
@@ -1087,7 +1208,8 @@ class CommandLine(CatalogueTest):
             ([b"/dev/null"], b"'/dev/null' is not a directory"),
             ([b"/" * PATH_MAX], b"'%s' cannot be looked at" % (b"/" * PATH_MAX)),
             ([b"--threads"], option % b"--threads"),
-            ([b"--checksum=1"], option % b"--checksum=1"),
+            ([b"--checksums"], option % b"--checksums"),
+            ([b"--plugins"], option % b"--plugins"),
             ([b"--threads="], threads % b""),
             ([b"--threads=0"], threads % b"0"),
             ([b"--threads=-1"], threads % b"-1"),
@@ -1118,7 +1240,7 @@ class CommandLine(CatalogueTest):
 
         self.assertEqual((result.returncode, result.stderr), (0, b""))
         self.assertTrue(result.stdout.startswith(b"Usage: catalogue "))
-        options = (b"--format=", b"--threads=", b"--checksum", b"--help")
+        options = (b"--format=", b"--threads=", b"--checksum", b"--plugins=", b"--help")
         for option in (*options, b"text", b"csv", b"json"):
             self.assertIn(option, result.stdout)
 
