@@ -219,7 +219,7 @@ class QVRSYSTEM_API QVROSPath {
   friend struct QVROSPathTestAccess;
   // Makes a path of each entry from a text that needs no conversion.
   friend class QVROSDirectoryIterator;
-  // Asks for many paths in the memory of one.
+  // Reads the texts of its entries where they are.
   friend class QVROSSearchPath;
 
   static void _convertPath(std::string& path, char delimiter);
@@ -240,8 +240,6 @@ class QVRSYSTEM_API QVROSPath {
   static void _checkTargetDirectory(const std::string& directory);
   static void _checkTarget(const std::string& path, createMode mode);
 
-  // As exists(), with memory of the caller's for the text that the system gets.
-  bool _exists(std::string& memory) const;
   void _expandEnvVars(std::string& path) const;
   void _expandNTEnvVars(std::string& path) const;
   void _expandUNIXEnvVars(std::string& path) const;

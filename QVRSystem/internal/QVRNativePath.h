@@ -38,21 +38,21 @@ void mapText(const char* from, std::size_t size, char* to, Map map) {
   }
 }
 
-/// Calls a function of the platform with the path as the system takes it: with
-/// forward slashes, which the text has afterwards. A text with a zero byte, of which
-/// the system would see only a part, names nothing.
-/// @return what the function returns, or ENOENT.
-template <class Call>
-int withPathMadeNative(std::string& path, Call call) {
-  if (path.find('\0') != std::string::npos) return ENOENT;
-  mapText(path.data(), path.size(), path.data(), [](char c) { return c == '\\' ? '/' : c; });
-  return call(path.c_str());
+/// Writes a path as the system takes it, with forward slashes; over itself too.
+/// @return the end of what was written.
+inline char* writeNative(const std::string& path, char* to) {
+  mapText(path.data(), path.size(), to, [](char c) { return c == '\\' ? '/' : c; });
+  return to + path.size();
 }
 
-/// The same for a text that stays as it is.
+/// Calls a function of the platform with the path as the system takes it. A text with a
+/// zero byte, of which the system would see only a part, names nothing.
+/// @return what the function returns, or ENOENT.
 template <class Call>
 int withNativePath(std::string path, Call call) {
-  return withPathMadeNative(path, call);
+  if (path.find('\0') != std::string::npos) return ENOENT;
+  writeNative(path, path.data());
+  return call(path.c_str());
 }
 
 }  // namespace qvr

@@ -361,6 +361,31 @@ TEST_F(QVROSSearchPathFileTest, DirectoryAndNameAreExpanded) {
   expectAbsent(made(place_ / "1"), "%ANY%");
 }
 
+TEST_F(QVROSSearchPathFileTest, DirectoryAndNameMeetAtOneSeparator) {
+  for (const char* separators : {"", "/", "\\"}) {
+    const QVROSSearchPath path = made(place_ / "2" + separators);
+    expectFound(path, "second", place_ / "2/second");
+    expectFound(path, "/second", place_ / "2/second");
+  }
+  expectFound(made("/"), place_ / "2/second", place_ / "2/second");
+  expectFound(made("/"), (place_ / "2/second").substr(1), place_ / "2/second");
+}
+
+TEST_F(QVROSSearchPathFileTest, DirectoryThatWasEmptiedIsTheCurrentOne) {
+  QVROSSearchPath path = made("a");
+  path.begin()->setPath("");
+
+  expectFound(path, ".", ".");
+  expectFound(path, place_ / "2/second", place_ / "2/second");
+  expectAbsent(path, (place_ / "2/second").substr(1));
+}
+
+TEST_F(QVROSSearchPathFileTest, SinglePercentSignIsAnOrdinaryCharacter) {
+  place_.makeFile("50%/100%");
+
+  expectFound(made(place_ / "50%"), "100%", place_ / "50%/100%");
+}
+
 TEST_F(QVROSSearchPathFileTest, NameWithAZeroByteIsAbsent) {
   expectAbsent(made(list()), std::string("second\0", 7));
 }

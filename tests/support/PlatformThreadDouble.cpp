@@ -19,9 +19,13 @@ QVR_REAL_FUNCTION(closeThreadKey)
 QVR_REAL_FUNCTION(createThread)
 QVR_REAL_FUNCTION(joinThread)
 QVR_REAL_FUNCTION(detachCallingThread)
-QVR_REAL_FUNCTION(exitThread)
 QVR_REAL_FUNCTION(setNiceValue)
 QVR_REAL_FUNCTION(atFork)
+
+// No type tells that a function does not return.
+namespace qvr::posix {
+[[noreturn]] void exitThread() noexcept;
+}
 
 namespace qvr::platform {
 

@@ -251,10 +251,7 @@ std::FILE* QVROSPath::createTemparyFile() const {
   return stream;
 }
 
-bool QVROSPath::exists() const {
-  std::string memory;
-  return _exists(memory);
-}
+bool QVROSPath::exists() const { return _getAccess(getExpandedPath(), kExistence); }
 
 bool QVROSPath::isReadable() const { return _getAccess(getExpandedPath(), kReading); }
 
@@ -465,13 +462,6 @@ void QVROSPath::_checkTarget(const std::string& path, createMode mode) {
     throw QVREAccessDenied(u"Permission denied, can not write to destination file", kSource,
                            __LINE__);
   }
-}
-
-bool QVROSPath::_exists(std::string& memory) const {
-  memory = path_;
-  _expandEnvVars(memory);
-  return qvr::withPathMadeNative(
-             memory, [](const char* text) { return platform::checkAccess(text, kExistence); }) == 0;
 }
 
 void QVROSPath::_expandEnvVars(std::string& path) const { _expandNTEnvVars(path); }

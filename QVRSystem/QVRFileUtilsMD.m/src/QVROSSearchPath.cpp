@@ -3,9 +3,37 @@
 #include <algorithm>
 #include <utility>
 
+#include "QVRSystem/internal/QVRNativePath.h"
+#include "QVRSystem/platform/QVRPlatformFile.h"
+
 namespace {
 
 constexpr char kSeparator = ';';
+constexpr int kExistence = 0;
+
+QVROSPath joined(const QVROSPath& directory, const std::string& name) {
+  QVROSPath path(directory.getExpandedPath());
+  path.appendPath(name);
+  return path;
+}
+
+/// Whether there is nothing to expand in a path of which the text is a part, and
+/// nothing that the system would not see.
+bool isPlain(const std::string& text) {
+  return !text.empty() && text.find('%') == std::string::npos &&
+         text.find('\0') == std::string::npos;
+}
+
+/// As joined(directory, name).exists() of plain texts: the system does not mind how many
+/// separators there are between them.
+/// @param native keeps its memory from one call to the next.
+bool exists(const std::string& directory, const std::string& name, std::string& native) {
+  native.resize(directory.size() + 1 + name.size());
+  char* const end = qvr::writeNative(directory, native.data());
+  *end = '/';
+  qvr::writeNative(name, end + 1);
+  return qvr::platform::checkAccess(native.c_str(), kExistence) == 0;
+}
 
 }  // namespace
 
@@ -78,16 +106,13 @@ QVROSSearchPath::const_iterator QVROSSearchPath::findPath(const QVROSPath& path)
 
 bool QVROSSearchPath::findFile(const QVROSPath& file, QVROSPath& result) const {
   const std::string name = file.getExpandedPath();
-  // Not in the result at once, which may be the name itself or one of the directories.
-  QVROSPath candidate;
-  std::string memory;
+  const bool isPlainName = isPlain(name);
+  std::string native;
   for (const QVROSPath& entry : entries_) {
-    memory = entry.path_;
-    entry._expandEnvVars(memory);
-    candidate.setPath(memory);
-    candidate.appendPath(name);
-    if (candidate._exists(memory)) {
-      result = std::move(candidate);
+    const bool isFound = isPlainName && isPlain(entry.path_) ? exists(entry.path_, name, native)
+                                                             : joined(entry, name).exists();
+    if (isFound) {
+      result = joined(entry, name);
       return true;
     }
   }
