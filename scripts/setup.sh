@@ -32,7 +32,7 @@ install_packages() {
 # need_packages_for_preset PRESET: those that building and testing it takes.
 need_packages_for_preset() {
   need_packages cmake g++ libboost-context-dev libgmock-dev libgtest-dev libicu-dev locales \
-    ninja-build python3 uuid-dev
+    ninja-build python3 uuid-dev zlib1g-dev
   case $1 in
     clang) need_packages clang ;;
   esac

@@ -33,8 +33,9 @@ class SegmentIndex;
 /// @par Cost
 /// allocate() and deallocate() are constant on average, however many segments
 /// there are; compact() is linear in their number, or in the largest that it has been
-/// where it frees any. As long as one thread uses an allocator, it takes the lock without
-/// atomic operations; the first other thread ends that for good.
+/// where it frees any. A thread that uses an allocator alone for a time takes the lock without
+/// atomic operations. Another one that comes waits some microseconds for that to end, and
+/// so do threads at work that take turns: each has it for some hundred operations.
 class QVRSYSTEM_API QVRBlockAllocator {
  public:
   /// Makes no segment yet.
@@ -87,7 +88,7 @@ class QVRSYSTEM_API QVRBlockAllocator {
 
   void* allocateSlowly();
   void* allocateElsewhere(std::uint32_t outer);
-  void* leave(std::uint32_t outer, void* block);
+  void* answer(std::uint32_t outer, void* block);
   void deallocateSlowly(unsigned char* block);
   void deallocateElsewhere(std::uint32_t outer, unsigned char* block);
   unsigned char* take(Segment& segment) const noexcept;

@@ -42,8 +42,8 @@ class QVRSYSTEM_API QVRFunctor0 : public QVRBaseFunctor {
   QVRFunctor0(QVRFunctor0&& other) noexcept = default;
   ~QVRFunctor0() override = default;
 
-  /// Deletes its own body, then clones the other's, unless it assigns itself. Empty if
-  /// either throws.
+  /// Deletes its own body, in which the other must not live, then clones the other's,
+  /// unless it assigns itself. Empty if either throws.
   QVRFunctor0& operator=(const QVRFunctor0& other);
   QVRFunctor0& operator=(QVRFunctor0&& other) noexcept = default;
 

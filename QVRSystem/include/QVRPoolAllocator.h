@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <iosfwd>
+#include <memory>
 #include <new>
 
 #include "QVRAtomicAccess.h"
@@ -78,7 +79,7 @@ class QVRSYSTEM_API QVRPoolAllocator {
   /// @throws std::bad_alloc if it cannot be made, or while it is being made to a
   ///   new-handler called for it; the next call tries again.
   static QVRPoolAllocator& Global() {
-    // Pairs with the store in CreateGlobal().
+    // Pairs with the store in Publish().
     QVRPoolAllocator* const pool =
         qvr::internal::AtomicRef<QVRPoolAllocator*>(global_).load(std::memory_order_acquire);
     return pool != nullptr ? *pool : CreateGlobal();
@@ -123,6 +124,7 @@ class QVRSYSTEM_API QVRPoolAllocator {
   // and answered with 7681.
   static std::size_t GetBucketSize(std::size_t index);
   static QVRPoolAllocator& CreateGlobal();
+  static bool Publish(std::unique_ptr<QVRPoolAllocator>& made);
   static bool IsSwitchedOff();
 
   bool serves(std::size_t size) const noexcept { return enabled_ && size < kSizeLimit; }

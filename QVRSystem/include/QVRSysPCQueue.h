@@ -63,14 +63,14 @@ class QVRSysPCQueue : public QVRSysPCBuffer {
     if constexpr (kMovesSafely) {
       std::optional<T> taken;
       QVRSysLockGuard guard(monitor());
-      if (!_awaitItem([] { return false; })) return false;
+      if (!awaitItem()) return false;
       taken.emplace(std::move(_first()));
       _removeFirst();
       guard.release();
       item = std::move(*taken);
     } else {
       const QVRSysLockGuard guard(monitor());
-      if (!_awaitItem([] { return false; })) return false;
+      if (!awaitItem()) return false;
       assignFirst(item);
       _removeFirst();
     }
@@ -122,17 +122,15 @@ class QVRSysPCQueue : public QVRSysPCBuffer {
 
   bool _isStopped() const noexcept QVR_REQUIRES(monitor()) { return run_ % 2 != 0; }
 
-  /// Waits for an item. @return whether there is one: not where the queue is stopped, or is
-  ///   while it waits, or where `givesUp()`, asked before each wait, says so.
+  /// Waits for an item until `givesUp()`, asked before each wait, says so.
+  /// @return whether there is one.
   template <class Predicate>
   bool _awaitItem(Predicate givesUp) QVR_REQUIRES(monitor()) {
-    const std::uint64_t run = run_;
-    if (_isStopped() || givesUp()) return false;
-    while (count_ == 0) {
+    while (!givesUp()) {
+      if (count_ != 0) return true;
       itemsAvailable_.wait();
-      if (run_ != run || givesUp()) return false;
     }
-    return true;
+    return false;
   }
 
   /// There must be one.
@@ -155,14 +153,23 @@ class QVRSysPCQueue : public QVRSysPCBuffer {
     return capacity_ != 0 && count_ >= capacity_;
   }
 
+  bool isStoppedSince(std::uint64_t run) const noexcept QVR_REQUIRES(monitor()) {
+    return _isStopped() || run_ != run;
+  }
+
   bool awaitRoom() QVR_REQUIRES(monitor()) {
     const std::uint64_t run = run_;
-    if (_isStopped()) return false;
-    while (isFull()) {
+    while (!isStoppedSince(run)) {
+      if (!isFull()) return true;
       roomAvailable_.wait();
-      if (run_ != run) return false;
     }
-    return true;
+    return false;
+  }
+
+  bool awaitItem() QVR_REQUIRES(monitor()) {
+    // The predicate is asked under the lock, which the analysis does not see.
+    return _awaitItem([this, run = run_]()
+                          QVR_NO_THREAD_SAFETY_ANALYSIS { return isStoppedSince(run); });
   }
 
   template <class Item>

@@ -54,8 +54,8 @@ class QVRSYSTEM_API QVRSysThreadPool : public QVRSysMonitor {
 
   /// Starts the workers, those whose thread could not be created before included; leaves
   /// alone those that run. Waits until a stop under way has ended.
-  /// @throws QVREResourceLimit where no thread can be created; std::bad_alloc. The pool is
-  ///   running then, with the workers before that one.
+  /// @throws QVREResourceLimit where no thread can be created; std::bad_alloc; QVREInternalError
+  ///   as QVRSysMutexLock does. The pool is running then, with the workers before that one.
   void start();
 
   /// Has the workers end after the runnable in hand and waits for them. What is queued stays
@@ -72,8 +72,8 @@ class QVRSYSTEM_API QVRSysThreadPool : public QVRSysMonitor {
   ///
   /// Reports "newSize > size_" (line 104) unless there are more. Where there are fewer, the
   /// surplus ones end after the runnable in hand, and enlarge() waits for them.
-  /// @throws QVREResourceLimit where no thread can be created; std::bad_alloc. The size is
-  ///   newSize even then, and the next start() makes what is missing.
+  /// @throws as start(). The size is newSize even then, the workers that could be made run, and
+  ///   the next start() makes what is missing.
   void enlarge(std::size_t newSize);
 
   /// The number of workers asked for, running or not.
@@ -83,7 +83,8 @@ class QVRSYSTEM_API QVRSysThreadPool : public QVRSysMonitor {
   std::size_t numberTasksPending() const;
 
  private:
-  friend struct QVRSysThreadPoolTestAccess;
+  /// @return whether it waited for them: not where it must not.
+  bool stopWorkers();
 
   std::size_t size_ QVR_GUARDED_BY(monitor());
   // Outlive the pool where one of its own workers destroys it.

@@ -33,16 +33,19 @@ inline void wakeAll(std::uint32_t* word) noexcept {
 
 inline void yield() noexcept { platform::yield(); }
 
+/// Lets some ten nanoseconds go by, between looks at memory that others write to.
+inline void pause() noexcept {
+#if defined(__x86_64__)
+  __builtin_ia32_pause();
+#elif defined(__aarch64__)
+  asm volatile("isb");
+#endif
+}
+
 /// Lets some hundred nanoseconds go by without a look at any memory.
 inline void relax() noexcept {
   constexpr int kPauses = 32;
-  for (int pause = 0; pause < kPauses; ++pause) {
-#if defined(__x86_64__)
-    __builtin_ia32_pause();
-#elif defined(__aarch64__)
-    asm volatile("isb");
-#endif
-  }
+  for (int i = 0; i < kPauses; ++i) pause();
 }
 
 }  // namespace qvr::internal

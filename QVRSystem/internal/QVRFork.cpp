@@ -65,10 +65,7 @@ class HandOver final : public ForkLock::Action {
   HandOver(std::uint32_t before, std::uint32_t now) : before_(before), now_(now) {}
 
   void operator()(RecursiveLock lock) const noexcept override { lock.restamp(before_, now_); }
-  void operator()(BiasedLock lock) const noexcept override {
-    lock.shared().restamp(before_, now_);
-    lock.forgetOthers();
-  }
+  void operator()(BiasedLock lock) const noexcept override { lock.shared().restamp(before_, now_); }
   void operator()(NativeMutex& monitor) const noexcept override { monitor.continueInChild(); }
 
  private:
@@ -85,6 +82,7 @@ void continueInChild() {
   const std::uint32_t before = currentThreadId();
   ForkLockList::forEach(HandOver(before, refreshThreadId()));
   Thread::continueInChild();
+  forgetOtherBiasedThreads();
   ForkLockList::forEachBackwards(Release());
 }
 

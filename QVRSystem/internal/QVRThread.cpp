@@ -20,6 +20,12 @@ constexpr std::uint64_t kShortestPauseNs = 4'000;
 constexpr std::uint64_t kMorePausesNs = 0x3FFF;
 constexpr std::uint64_t kPauseWithoutTimerNs = 20'000;
 
+// The pauses grow, since some of them has to be left for the thread's work between two
+// signals. After a second or two it is not in a short section of the system's, but in one
+// that goes on and on, as where a whole program is in the library that its heap is in.
+constexpr std::uint32_t kTimesPerDoubling = 1024;
+constexpr std::uint32_t kMostTimesAsked = 7 * kTimesPerDoubling;
+
 constinit RecursiveLockStorage endedLock{};
 const ForkLock forkEndedLock(ForkRank::EndedThreads, &endedLock);
 
@@ -170,7 +176,8 @@ void Thread::handleStop(const void* context) noexcept {
   if (self == nullptr || self->has(kEnded)) return;
   if (self->has(kCount | kCancelled)) {
     const bool isInside =
-        isInShortSection() || platform::isInsideSystem(context, self->whereabouts_);
+        isInShortSection() || (self->timesAsked_ < kMostTimesAsked &&
+                               platform::isInsideSystem(context, self->whereabouts_));
     if (isInside && self->askAgain()) return;
     if (!isInside) self->carryOutRequest();
   }
@@ -185,17 +192,15 @@ void Thread::carryOutRequest() noexcept {
 
 // A thread may be out of the system's code for a hundredth of its time only, and get to run
 // rarely. So it sees to it itself that it is asked often while it does run, at moments that
-// have nothing to do with what it is doing. The pauses grow, since some of it has to be left
-// for its work between two signals.
+// have nothing to do with what it is doing.
 bool Thread::askAgain() noexcept {
   if (!hasTimer_.load(std::memory_order_acquire)) return false;
-  constexpr std::uint32_t kTimesPerDoubling = 1024;
-  constexpr std::uint32_t kMostDoublings = 10;
-  const std::uint32_t doublings = std::min(timesAsked_++ / kTimesPerDoubling, kMostDoublings);
+  const std::uint32_t times = std::min(timesAsked_ + 1, kMostTimesAsked);
+  timesAsked_ = times;
   // The linear congruential generator of Numerical Recipes, whose high bits serve.
   random_ = random_ * 1'664'525 + 1'013'904'223;
   const std::uint64_t pauseNs = kShortestPauseNs + (random_ >> 16 & kMorePausesNs);
-  return platform::startStopTimer(timer_, pauseNs << doublings) == 0;
+  return platform::startStopTimer(timer_, pauseNs << times / kTimesPerDoubling) == 0;
 }
 
 void Thread::stand() noexcept {
@@ -216,6 +221,7 @@ void Thread::stand() noexcept {
 void Thread::endHere() noexcept {
   if (threadState.wait != nullptr) threadState.wait->leave();
   giveDeferredWake();
+  giveBiasedThreadBack();
   threadState.thread = nullptr;
   if (!endRequests()) {
     EndedThreads::free();
@@ -234,14 +240,16 @@ long Thread::suspend() noexcept {
   if (isElsewhere()) return kFailed;
   const std::uint32_t before = word().fetch_add(1, std::memory_order_acq_rel);
   const auto count = static_cast<long>(before & kCount);
-  if (isCaller()) {
-    stand();
-  } else if ((before & kEnded) != 0 || (count == 0 && !request(kStanding))) {
+  if ((before & kEnded) != 0 || (count == 0 && !request(kStanding))) {
     word().fetch_sub(1, std::memory_order_relaxed);
     wakeAll(&word_);
     return kFailed;
   }
   return count;
+}
+
+long Thread::suspendCaller() noexcept {
+  return static_cast<long>(word().fetch_add(1, std::memory_order_acq_rel) & kCount);
 }
 
 long Thread::resume() noexcept {
@@ -298,11 +306,14 @@ void Thread::letGo() {
 // Asks until the word has one of the marks awaited.
 bool Thread::request(std::uint32_t awaited) noexcept {
   int error = 0;
-  while (!has(awaited | kEnded) && (error == 0 || error == EAGAIN)) {
+  for (;;) {
+    // In this order: an answer that comes after the look at the word is not missed.
     const std::uint32_t last = answers().load(std::memory_order_acquire);
+    if (has(awaited | kEnded) || (error != 0 && error != EAGAIN)) break;
     error = sendRequest();
     if (error == 0) waitForAnswer(last);
-    if (!has(awaited | kEnded) && !openTimer()) platform::nap(kPauseWithoutTimerNs);
+    if (has(awaited | kEnded)) break;
+    if (error != 0 || !openTimer()) platform::nap(kPauseWithoutTimerNs);
   }
   closeTimer();
   return has(awaited);

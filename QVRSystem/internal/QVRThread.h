@@ -56,10 +56,16 @@ class Thread {
 
   bool isCaller() const noexcept;
 
-  /// Adds one to the suspend count, and returns when the thread stands still; where it is the
-  /// caller, when it was resumed.
+  /// Adds one to the suspend count, and returns when the thread, which is not the caller,
+  /// stands still.
   /// @return the count before, or kFailed where it has ended.
   long suspend() noexcept;
+
+  /// In two steps, where it is the caller: adds one to the suspend count, from which on it
+  /// can be resumed; and does not return before the count is 0.
+  /// @return the count before.
+  long suspendCaller() noexcept;
+  void stand() noexcept;
 
   /// Takes one off the suspend count where it is not 0; with 0 the thread goes on.
   /// @return the count before, or kFailed where it has ended.
@@ -105,7 +111,6 @@ class Thread {
   static void handleStop(const void* context) noexcept;
   void introduce() noexcept;
   void work();
-  void stand() noexcept;
   void carryOutRequest() noexcept;
   bool askAgain() noexcept;
   [[noreturn]] void endHere() noexcept;

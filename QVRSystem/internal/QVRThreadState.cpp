@@ -33,6 +33,7 @@ class ThreadEndKey {
   static void threadEnds(void* /*state*/) {
     threadState.isEndWatched = false;
     giveDeferredWake();
+    giveBiasedThreadBack();
     Thread::leave();
   }
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <utility>
 
+#include "QVRSystem/internal/QVRBiasedThread.h"
 #include "QVRThreadIdAccess.h"
 
 namespace qvr::internal {
@@ -37,6 +38,8 @@ struct ThreadState {
   Thread* thread = nullptr;               // null where the library did not make it
   EndableWait* wait = nullptr;            // that it is in
   std::uint32_t* sleepWord = nullptr;     // of the lock for which it waits
+  bool hasAskedForBias = false;           // for what follows
+  BiasedThread* biasedThread = &noBiasedThread;
 };
 
 // Initial-exec: one read to reach, and safe to read in a signal handler.
@@ -66,14 +69,24 @@ inline std::uint64_t currentThreadSerial() noexcept {
   return serial != 0 ? serial : makeThreadSerial();
 }
 
+/// What others see of the calling thread, noBiasedThread where it has none.
+inline BiasedThread* knownBiasedThread() noexcept { return threadState.biasedThread; }
+
+/// Has the calling thread ask for one, once. With no lock held: the C library may ask the
+/// heap.
+inline void prepareBiasedThread() noexcept {
+  if (!threadState.hasAskedForBias) takeBiasedThread();
+}
+
 /// The word of the calling thread's deferred wake-up; null where there is none.
 inline std::uint32_t*& deferredWake() noexcept { return threadState.deferredWake; }
 
 /// Has the end of the calling thread noticed, for the first time or again.
 bool startWatchingThreadEnd() noexcept;
 
-/// Sees to it that the calling thread's deferred wake-up is given when it ends.
-/// @return whether it will be.
+/// Sees to it that the calling thread's deferred wake-up is given when it ends, and its
+/// BiasedThread given back.
+/// @return whether they will be.
 inline bool watchThreadEnd() noexcept {
   return threadState.isEndWatched || startWatchingThreadEnd();
 }

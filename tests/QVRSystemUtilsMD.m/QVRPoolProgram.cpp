@@ -12,6 +12,7 @@
 #include <string>
 #include <string_view>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "QVRPoolAllocator.h"
@@ -45,6 +46,17 @@ bool isMadeOnceByManyThreads() {
   }
   for (std::thread& thread : threads) thread.join();
   return std::count(seen.begin(), seen.end(), seen[0]) == std::ssize(seen);
+}
+
+/// The heap waits for another thread that wants the pool too.
+bool isMadeWithoutALock() {
+  const QVRPoolAllocator* ofAnother = nullptr;
+  bool hasWaited = false;
+  const AllocationObserver observer([&](std::size_t) {
+    if (std::exchange(hasWaited, true)) return;
+    std::thread([&] { ofAnother = &QVRPoolAllocator::Global(); }).join();
+  });
+  return &QVRPoolAllocator::Global() == ofAnother;
 }
 
 /// @return whether the pool could be made without the allocation of that number.
@@ -106,6 +118,7 @@ struct Case {
 constexpr Case kCases[] = {
     {"IsNotMadeDuringLoading", &isNotMadeDuringLoading},
     {"IsMadeOnceByManyThreads", &isMadeOnceByManyThreads},
+    {"IsMadeWithoutALock", &isMadeWithoutALock},
     {"IsMadeOnceThereIsMemory", &isMadeOnceThereIsMemory},
     {"IsCompactedAtExitAndUsableAfterwards", &isCompactedAtExitAndUsableAfterwards},
     {"ServesStaticObjectsOfALoadedModule", &servesStaticObjectsOfALoadedModule},

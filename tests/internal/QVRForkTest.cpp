@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <deque>
+#include <latch>
 #include <thread>
 #include <utility>
 
@@ -18,8 +19,10 @@ namespace {
 using qvr::internal::BiasedLock;
 using qvr::internal::BiasedLockGuard;
 using qvr::internal::BiasedLockStorage;
+using qvr::internal::BiasedThread;
 using qvr::internal::ForkLock;
 using qvr::internal::ForkRank;
+using qvr::internal::knownBiasedThread;
 using qvr::internal::RecursiveLock;
 using qvr::internal::RecursiveLockStorage;
 
@@ -41,14 +44,15 @@ const ForkLock madeHandled(ForkRank::PoolBuckets, [](const ForkLock::Action& act
   for (QVRSysFastMutexLock& lock : made) action(nativeOf(lock));
 });
 
-// A biased lock, and what its owner may do between the operation on it before a fork
-// and the fork: find its bias revoked, inside for a moment.
 BiasedLockStorage biased;
 const ForkLock biasedHandled(ForkRank::PoolBuckets,
                              [](const ForkLock::Action& action) { action(BiasedLock(biased)); });
-bool ownerLooksDuringTheFork = false;
+
+// What its owner may do between the operation on it before a fork and the fork: begin a
+// turn, in which it would find its bias revoked.
+BiasedThread* beginsATurn = nullptr;
 const ForkLock ownerHandled(ForkRank::PoolBuckets, [](const ForkLock::Action&) {
-  if (std::exchange(ownerLooksDuringTheFork, false)) biased.inside = 1;
+  if (BiasedThread* const thread = std::exchange(beginsATurn, nullptr)) ++thread->turns;
 });
 
 TEST(QVRForkTest, ChildFindsLocksFreeThatOtherThreadsWereUsing) {
@@ -130,34 +134,73 @@ TEST(QVRForkTest, ChildFindsLocksFreeThatWereMadeMeanwhile) {
   made.clear();
 }
 
+/// A thread that has a bias and goes on when told to.
+class Owner {
+ public:
+  Owner()
+      : thread_([this] {
+          { const BiasedLockGuard guard(biased); }
+          state_ = knownBiasedThread();
+          isOwner_.count_down();
+          mayEnd_.wait();
+        }) {
+    isOwner_.wait();
+  }
+  ~Owner() {
+    mayEnd_.count_down();
+    thread_.join();
+    biased = {};
+  }
+
+  Owner(const Owner&) = delete;
+  Owner& operator=(const Owner&) = delete;
+
+  BiasedThread& state() const { return *state_; }
+
+ private:
+  std::latch isOwner_{1};
+  std::latch mayEnd_{1};
+  BiasedThread* state_ = nullptr;
+  std::thread thread_;
+};
+
 TEST(QVRForkTest, ChildDoesNotWaitForAnOwnerThatItDoesNotHave) {
-  std::thread([] { const BiasedLockGuard guard(biased); }).join();
-  ownerLooksDuringTheFork = true;
+  const Owner owner;
 
   EXPECT_EQ(exitStatusOfFork([] {
               const BiasedLockGuard guard(biased);
               return 0;
             }),
             0);
+}
 
-  EXPECT_EQ(biased.inside, 1u);
-  biased = {};
+TEST(QVRForkTest, ChildFindsPlacesOfOtherThreadsFreeWhereverThoseWere) {
+  const Owner owner;
+  const std::uint32_t turns = owner.state().turns;
+  beginsATurn = &owner.state();
+
+  EXPECT_EQ(exitStatusOfFork([&] {
+              return owner.state().turns == turns + 2 && owner.state().isTaken == 0 ? 0 : 1;
+            }),
+            0);
+
+  EXPECT_EQ(owner.state().turns, turns + 1);
+  EXPECT_EQ(owner.state().isTaken, 1u);
+  ++owner.state().turns;
 }
 
 TEST(QVRForkTest, ChildKeepsTheBiasOfItsThread) {
   BiasedLock lock(biased);
   lock.release(lock.acquire());
-  const BiasedLock::Hold outermost = lock.acquire();
 
-  const auto nests = [&] {
-    const BiasedLock::Hold nested = lock.acquire();
-    lock.release(nested);
-    return nested == outermost + 1;
+  const auto isBiased = [&] {
+    const BiasedLock::Hold hold = lock.acquire();
+    lock.release(hold);
+    return hold != BiasedLock::kSharedHold;
   };
-  EXPECT_EQ(exitStatusOfFork([&] { return nests() ? 0 : 1; }), 0);
+  EXPECT_EQ(exitStatusOfFork([&] { return isBiased() ? 0 : 1; }), 0);
 
-  EXPECT_TRUE(nests());
-  lock.release(outermost);
+  EXPECT_TRUE(isBiased());
   biased = {};
 }
 

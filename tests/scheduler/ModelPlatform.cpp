@@ -3,6 +3,7 @@
 #include <new>
 #include <utility>
 
+#include "QVRSystem/internal/QVRBiasedThread.h"
 #include "QVRSystem/platform/QVRPlatformMutex.h"
 #include "QVRSystem/platform/QVRPlatformThread.h"
 #include "scheduler/Execution.h"
@@ -122,10 +123,18 @@ int holdCancellation(int&) noexcept { return 0; }
 int restoreCancellation(int) noexcept { return 0; }
 
 // Interleavings are sequentially consistent.
-int prepareBarrierOfAllThreads() noexcept { return 0; }
 int barrierOfAllThreads() noexcept { return 0; }
 
 // The process of an exploration does not fork.
 int atFork(void (*)(), void (*)(), void (*)()) noexcept { return 0; }
 
 }  // namespace qvr::platform
+
+namespace qvr::internal {
+
+constinit BiasedThread noBiasedThread;
+
+// Called in the child of a fork only.
+void forgetOtherBiasedThreads() noexcept {}
+
+}  // namespace qvr::internal

@@ -42,40 +42,52 @@ qvr_planted_mistake(PlantedFirstUseForgetsHolds FOUND_BY QVRSysFastMutexLock/fir
 # The biased lock.
 qvr_planted_mistake(PlantedOwnerNotWaitedFor FOUND_BY QVRBiasedLock/
   IN internal/QVRBiasedLock.cpp
-  LINE "  while (lock.inside().load(std::memory_order_acquire) != 0) {"
-  BECOMES "  if (lock.inside().load(std::memory_order_acquire) > 9) {")
+  LINE "  if (turn % 2 == 0) return;"
+  BECOMES "  if (turn % 2 < 2) return;")
+qvr_planted_mistake(PlantedOwnerWaitedForByOne FOUND_BY QVRBiasedLock/
+  IN internal/QVRBiasedLock.cpp
+  LINE "  if (turn == storage_.turn) return false;
+  storage_.leaving = nullptr;
+  return true;"
+  BECOMES "  storage_.leaving = nullptr;
+  return turn != storage_.turn;")
 qvr_planted_mistake(PlantedOwnerNotKeptOut FOUND_BY QVRBiasedLock/keepOthersOut
   IN internal/QVRBiasedLock.cpp
-  LINE "  if (isOwn()) return;
-  revoke();
-  waitForOwner();"
-  BECOMES "  if (isOwn()) return;
-  revoke();")
+  LINE "  while (!isAlone()) sleepForTurn(*storage_.leaving, storage_.turn);"
+  BECOMES "")
 qvr_planted_mistake(PlantedOwnerWakesNobody FOUND_BY QVRBiasedLock/
   IN internal/QVRBiasedLock.cpp
-  LINE "void BiasedLock::wakeWaiters(BiasedLockStorage& storage) noexcept { wakeAll(&storage.inside); }"
-  BECOMES "void BiasedLock::wakeWaiters(BiasedLockStorage&) noexcept {}")
+  LINE "    if ((awaited & kWakeUp) != 0) wakeAll(&self.turns);"
+  BECOMES "")
 qvr_planted_mistake(PlantedOneWaiterWoken FOUND_BY QVRBiasedLock/
   IN internal/QVRBiasedLock.cpp
-  LINE "void BiasedLock::wakeWaiters(BiasedLockStorage& storage) noexcept { wakeAll(&storage.inside); }"
-  BECOMES "void BiasedLock::wakeWaiters(BiasedLockStorage& storage) noexcept { wakeOne(&storage.inside); }")
+  LINE "    if ((awaited & kWakeUp) != 0) wakeAll(&self.turns);"
+  BECOMES "    if ((awaited & kWakeUp) != 0) wakeOne(&self.turns);")
+qvr_planted_mistake(PlantedSleepUnannounced FOUND_BY QVRBiasedLock/
+  IN internal/QVRBiasedLock.cpp
+  LINE "    Word(other.awaited).fetch_or(kWakeUp, std::memory_order_relaxed);"
+  BECOMES "")
+qvr_planted_mistake(PlantedGivenUpWithoutALook FOUND_BY QVRBiasedLock/biasGoesToAndFro
+  IN internal/QVRBiasedLock.cpp
+  LINE "  if (isStillOwner(self)) owner().store(nullptr, std::memory_order_release);"
+  BECOMES "  owner().store(nullptr, std::memory_order_release);")
+qvr_planted_mistake(PlantedGivenUpOutsideATurn FOUND_BY QVRBiasedLock/biasGoesToAndFro
+  IN internal/QVRBiasedLock.cpp
+  LINE "  const std::uint32_t turn = beginTurn(self);
+  // Release pairs with the acquire of whoever finds no owner.
+  if (isStillOwner(self)) owner().store(nullptr, std::memory_order_release);
+  endTurn(self, turn);"
+  BECOMES "  if (isStillOwner(self)) owner().store(nullptr, std::memory_order_release);")
 qvr_planted_mistake(PlantedOwnerDoesNotLook FOUND_BY QVRBiasedLock/briefHolds
   IN internal/QVRBiasedLock.h COMPILED_IN internal/QVRBiasedLock.cpp
   SCENARIOS QVRBiasedLockScenarios.cpp
-  LINE "    return use().load(std::memory_order_relaxed) == kBiased;"
+  LINE "    return owner().load(std::memory_order_relaxed) == &self;"
   BECOMES "    return true;")
-qvr_planted_mistake(PlantedOwnerDoesNotLookAgain FOUND_BY QVRBiasedLock/exclusionAgain
-  IN internal/QVRBiasedLock.h COMPILED_IN internal/QVRBiasedLock.cpp
-  SCENARIOS QVRBiasedLockScenarios.cpp
-  LINE "      if (use().load(std::memory_order_relaxed) == kBiased || hold != 1) [[likely]]
-        return hold;
-      giveBack(hold);"
-  BECOMES "      return hold;")
 qvr_planted_mistake(PlantedOwnerLeavesUnheard FOUND_BY QVRBiasedLock/
   IN internal/QVRBiasedLock.h COMPILED_IN internal/QVRBiasedLock.cpp
   SCENARIOS QVRBiasedLockScenarios.cpp
-  LINE "    if (use().load(std::memory_order_relaxed) != kBiased) return false;"
-  BECOMES "")
+  LINE "    return Word(self.awaited).load(std::memory_order_relaxed) == 0;"
+  BECOMES "    return true;")
 
 # The mutex.
 qvr_planted_mistake(PlantedHolderForgottenTooLate FOUND_BY QVRSysMutexLock/

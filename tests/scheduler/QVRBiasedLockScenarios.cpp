@@ -1,7 +1,9 @@
 // The lock that is biased towards one thread: how the others end that.
 #include "QVRSystem/internal/QVRBiasedLock.h"
 
+#include <algorithm>
 #include <array>
+#include <iterator>
 #include <vector>
 
 #include "scheduler/LockScenarios.h"
@@ -13,10 +15,14 @@ namespace {
 using namespace qvr::scheduler;
 using qvr::internal::BiasedLock;
 using qvr::internal::BiasedLockStorage;
+using qvr::internal::BiasedThread;
+using qvr::internal::biasedThreads;
 
 /// Keeps for each thread what its releases are given.
 class Biased {
  public:
+  Biased() { std::fill(std::begin(biasedThreads), std::end(biasedThreads), BiasedThread{}); }
+
   void acquire() { holds_[threadNumber()].push_back(BiasedLock(storage_).acquire()); }
   void release() {
     std::vector<BiasedLock::Hold>& holds = holds_[threadNumber()];
@@ -26,10 +32,8 @@ class Biased {
 
   BiasedLockStorage& storage() { return storage_; }
 
-  /// Only an owner says that it is inside.
-  bool isValid() const {
-    return storage_.inside == 0 || storage_.owner != BiasedLockStorage::kNobody;
-  }
+  /// No bias begins before the owner of the last one has left.
+  bool isValid() const { return storage_.owner == nullptr || storage_.leaving == nullptr; }
 
  private:
   BiasedLockStorage storage_;
@@ -38,19 +42,18 @@ class Biased {
 
 const Scenario exclusion("QVRBiasedLock/exclusion", exclude<Biased>);
 const Scenario again("QVRBiasedLock/exclusionAgain", excludeAgain<Biased>);
-const Scenario nesting("QVRBiasedLock/nesting", nest<Biased>);
 
 /// A hold in parts, as operations of a few instructions take it.
 void passBriefly(Locked<Biased>& locked) {
   BiasedLock lock(locked.lock.storage());
   if (!lock.canEnter()) return locked.pass();
-  const std::uint32_t outer = lock.enter();
-  if (!lock.hasEntered()) {
-    lock.leave(outer);
+  const BiasedLock::Entry entry = lock.enter();
+  if (!lock.hasEntered(entry)) {
+    lock.leave(entry.outer);
     return locked.pass();
   }
   locked.region.pass();
-  if (!lock.tryLeave(outer)) lock.leave(outer);
+  if (!lock.tryLeave(entry)) lock.answer(entry.outer);
 }
 
 const Scenario brief("QVRBiasedLock/briefHolds", [](Trial& trial) {
@@ -72,19 +75,17 @@ const Scenario manyRevoke("QVRBiasedLock/manyRevoke", [](Trial& trial) {
   }
 });
 
-/// The owner has the bias when the others come, and takes the lock once more inside.
+/// The owner has the bias when the others come, and is inside.
 const Scenario inside("QVRBiasedLock/revocationWhileTheOwnerIsInside", [](Trial& trial) {
   auto& locked = makeLocked<Biased>(trial);
   auto& owned = trial.make<Gate>();
-  trial.invariant("only an owner is inside", [&locked] { return locked.lock.isValid(); });
+  trial.invariant("a bias begins when nobody has another", [&] { return locked.lock.isValid(); });
   trial.thread("owner", [&] {
     locked.pass();
     locked.lock.acquire();
     locked.region.enter();
     owned.open();
-    locked.lock.acquire();
     step();
-    locked.lock.release();
     locked.region.leave();
     locked.lock.release();
     passBriefly(locked);
@@ -95,6 +96,31 @@ const Scenario inside("QVRBiasedLock/revocationWhileTheOwnerIsInside", [](Trial&
       locked.pass();
     });
   }
+});
+
+/// Each is the owner for some turns, as the other gives its bias up or has it revoked.
+const Scenario handedOver("QVRBiasedLock/biasGoesToAndFro", [](Trial& trial) {
+  auto& locked = makeLocked<Biased>(trial);
+  trial.invariant("a bias begins when nobody has another", [&] { return locked.lock.isValid(); });
+  for (const char* name : {"A", "B"}) {
+    trial.thread(name, [&locked] {
+      for (int i = 0; i < 5; ++i) passBriefly(locked);
+    });
+  }
+});
+
+/// Each of two locks wants something of the owner of both.
+const Scenario two("QVRBiasedLock/ownerOfTwo", [](Trial& trial) {
+  auto& one = makeLocked<Biased>(trial);
+  auto& other = makeLocked<Biased>(trial);
+  trial.thread("owner", [&] {
+    for (int i = 0; i < 3; ++i) {
+      passBriefly(one);
+      passBriefly(other);
+    }
+  });
+  trial.thread("A", [&one] { passBriefly(one); });
+  trial.thread("B", [&other] { passBriefly(other); });
 });
 
 /// A thread that has the shared lock keeps the owner out, wherever it is, as a fork does.

@@ -94,15 +94,15 @@ void* QVRBlockAllocator::allocate() {
   BiasedLock lock(lock_);
   if (!lock.canEnter()) [[unlikely]]
     return allocateSlowly();
-  const std::uint32_t outer = lock.enter();
-  if (!lock.hasEntered()) [[unlikely]]
-    return allocateElsewhere(outer);
+  const BiasedLock::Entry entry = lock.enter();
+  if (!lock.hasEntered(entry)) [[unlikely]]
+    return allocateElsewhere(entry.outer);
   Segment* const segment = allocationSegment_;
   if (segment == nullptr || segment->free < 2) [[unlikely]]
-    return allocateElsewhere(outer);
+    return allocateElsewhere(entry.outer);
   unsigned char* const block = take(*segment);
-  if (!lock.tryLeave(outer)) [[unlikely]]
-    return leave(outer, block);
+  if (!lock.tryLeave(entry)) [[unlikely]]
+    return answer(entry.outer, block);
   return block;
 }
 
@@ -113,15 +113,15 @@ void QVRBlockAllocator::deallocate(void* memory) {
   BiasedLock lock(lock_);
   if (!lock.canEnter()) [[unlikely]]
     return deallocateSlowly(block);
-  const std::uint32_t outer = lock.enter();
-  if (!lock.hasEntered()) [[unlikely]]
-    return deallocateElsewhere(outer, block);
+  const BiasedLock::Entry entry = lock.enter();
+  if (!lock.hasEntered(entry)) [[unlikely]]
+    return deallocateElsewhere(entry.outer, block);
   Segment* const segment = findUsedSegment(block);
   if (segment == nullptr || segment->free == 0) [[unlikely]]
-    return deallocateElsewhere(outer, block);
+    return deallocateElsewhere(entry.outer, block);
   putBack(*segment, block);
-  if (!lock.tryLeave(outer)) [[unlikely]]
-    leave(outer, block);
+  if (!lock.tryLeave(entry)) [[unlikely]]
+    answer(entry.outer, block);
 }
 
 [[gnu::noinline]] void* QVRBlockAllocator::allocateSlowly() {
@@ -148,8 +148,8 @@ void* QVRBlockAllocator::takeBlock() {
   return allocateSlowly();
 }
 
-[[gnu::noinline]] void* QVRBlockAllocator::leave(std::uint32_t outer, void* block) {
-  BiasedLock(lock_).leave(outer);
+[[gnu::noinline]] void* QVRBlockAllocator::answer(std::uint32_t outer, void* block) {
+  BiasedLock(lock_).answer(outer);
   return block;
 }
 

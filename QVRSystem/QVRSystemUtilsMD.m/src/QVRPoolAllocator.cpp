@@ -27,8 +27,8 @@ constexpr int kBucketIndexLine = 59;
 QVRSysFastMutexLock creationLock{QVRStaticObject{}};
 const ForkLock forkCreationLock(ForkRank::PoolCreation, creationLock.getNativeLock());
 
-// The pool is being made, by the holder of the creation lock. A new-handler that wants
-// to compact it is told that there is none, rather than led to make it once more.
+// The calling thread is making the pool. A new-handler that wants to compact it is told
+// that there is none, rather than led to make it once more.
 class Creation {
  public:
   Creation() {
@@ -40,7 +40,7 @@ class Creation {
   Creation& operator=(const Creation&) = delete;
 
  private:
-  static inline bool inProgress QVR_GUARDED_BY(creationLock) = false;
+  static inline thread_local bool inProgress = false;
 };
 
 void compactGlobal() { QVRPoolAllocator::Global().compact(); }
@@ -87,15 +87,22 @@ void QVRPoolAllocator::dump(std::ostream& out) const {
   for (const QVRBlockAllocator* bucket : buckets_) bucket->dump(out);
 }
 
+// Made without the lock: whoever answers for the heap may wait for other threads, which
+// want the pool. Of those that make it at the same time, all but the first do so in vain.
 QVRPoolAllocator& QVRPoolAllocator::CreateGlobal() {
-  const QVRSysFastMutexLock::LockGuard guard(creationLock);
-  if (global_ == nullptr) {
-    const Creation creation;
-    AtomicRef<QVRPoolAllocator*>(global_).store(new QVRPoolAllocator, std::memory_order_release);
-    // Without room for the handler the memory stays with the process to its end.
-    std::atexit(&compactGlobal);
-  }
+  const Creation creation;
+  auto made = std::make_unique<QVRPoolAllocator>();
+  // Without room for the handler the memory stays with the process to its end.
+  if (Publish(made)) std::atexit(&compactGlobal);
   return *global_;
+}
+
+// @return whether there was none before.
+bool QVRPoolAllocator::Publish(std::unique_ptr<QVRPoolAllocator>& made) {
+  const QVRSysFastMutexLock::LockGuard guard(creationLock);
+  if (global_ != nullptr) return false;
+  AtomicRef<QVRPoolAllocator*>(global_).store(made.release(), std::memory_order_release);
+  return true;
 }
 
 bool QVRPoolAllocator::IsSwitchedOff() {

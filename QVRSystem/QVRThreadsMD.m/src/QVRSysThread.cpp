@@ -118,10 +118,11 @@ bool QVRSysThreadBody::suspend() {
   return true;
 }
 
-// By the time this goes on somebody has resumed it, and said so.
+// Whoever finds it suspended can resume it at once.
 bool QVRSysThreadBody::suspendSelf() {
+  checkSuspension(thread_->suspendCaller());
   setState(QVR_SYS_SUSPENDED);
-  checkSuspension(thread_->suspend());
+  thread_->stand();
   return true;
 }
 

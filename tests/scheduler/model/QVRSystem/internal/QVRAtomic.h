@@ -43,4 +43,7 @@ inline void yield() noexcept {
   if (scheduler::onThread()) scheduler::yieldToOthers();
 }
 
+/// Between looks at what another thread is to write.
+inline void pause() noexcept { yield(); }
+
 }  // namespace qvr::internal

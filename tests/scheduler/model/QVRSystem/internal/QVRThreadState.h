@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <utility>
 
+#include "QVRSystem/internal/QVRBiasedThread.h"
 #include "scheduler/SchedulingPoint.h"
 
 namespace qvr::internal {
@@ -16,6 +17,15 @@ inline std::uint32_t refreshThreadId() noexcept { return currentThreadId(); }
 inline std::uint64_t knownThreadSerial() noexcept { return scheduler::threadNumber(); }
 
 inline std::uint64_t currentThreadSerial() noexcept { return scheduler::threadNumber(); }
+
+/// Those of the threads of a scenario, which puts them back.
+inline constinit BiasedThread biasedThreads[9];
+
+inline BiasedThread* knownBiasedThread() noexcept {
+  return &biasedThreads[scheduler::threadNumber()];
+}
+
+inline void prepareBiasedThread() noexcept {}
 
 inline std::uint32_t*& deferredWake() noexcept { return scheduler::deferredWake(); }
 
