@@ -60,7 +60,7 @@ TEST_F(QVRDynamicLibraryFailureTest, SymbolThatNobodyHeldAnyMoreIsResolvedAgain)
 TEST_F(QVRDynamicLibraryFailureTest, EveryLibraryOfItsOwnIsALoad) {
   const PlatformPlan loads("loadLibrary", 0);
 
-  const QVRDynamicLibrary first(module_.path());
+  QVRDynamicLibrary first(module_.path());
   const QVRDynamicLibrary second(module_.path(), "add");
   EXPECT_EQ(loads.calls(), 2u);
   first.close();
@@ -71,7 +71,7 @@ TEST_F(QVRDynamicLibraryFailureTest, EveryLibraryOfItsOwnIsALoad) {
 }
 
 TEST_F(QVRDynamicLibraryFailureTest, RefusedLoadLeavesTheLibraryClosed) {
-  const QVRDynamicLibrary library = QVRDynamicLibrary::getLibrary(module_.path());
+  QVRDynamicLibrary library = QVRDynamicLibrary::getLibrary(module_.path());
   library.close();
   const PlatformPlan plan("loadLibrary", ELIBACC);
   const auto fails = [](auto action) {
@@ -121,12 +121,12 @@ TEST_F(QVRDynamicLibraryFailureTest, RefusedMemoryLeavesTheTablesAsTheyWere) {
     EXPECT_EQ(QVRDynamicLibrary::getLibrary(module_.path()), library);
     EXPECT_EQ(bodyOf(library)->getReferences(), 1u);
   };
-  EXPECT_GT(refuseEach([&] { library.getSymbol("add"); }, isAsItWas), 1u);
+  EXPECT_GT(refuseEach([&] { library.getSymbol("add"); }, isAsItWas), 0u);
   EXPECT_GT(refuseEach([&] { const QVRDynamicLibrary second(module_.path()); }, isAsItWas), 2u);
 }
 
 TEST_F(QVRDynamicLibraryFailureTest, RefusedMemoryLeavesAClosedLibraryClosed) {
-  const QVRDynamicLibrary library = QVRDynamicLibrary::getLibrary(module_.path());
+  QVRDynamicLibrary library = QVRDynamicLibrary::getLibrary(module_.path());
   library.close();
 
   EXPECT_GT(refuseEach([&] { library.open(); }, [&] { EXPECT_FALSE(library.isOpen()); }), 1u);

@@ -26,7 +26,7 @@ class Lockable : public Base {
 class QVRDynamicLibraryForkTest : public testing::Test {
  protected:
   /// What a child does: everything, with what there is already and with what is new.
-  int useAll() const {
+  int useAll() {
     bool good = library_.isOpen() && library_.getSymbol("add") == symbol_;
     good = good && bodyOf(symbol_)->getImpl() != nullptr;
     good = good && QVRDynamicLibrary::getLibrary(module_.path()) == library_;
@@ -40,7 +40,7 @@ class QVRDynamicLibraryForkTest : public testing::Test {
 
   const ModuleCopy module_;
   const ModuleCopy other_;
-  const QVRDynamicLibrary library_ = QVRDynamicLibrary::getLibrary(module_.path());
+  QVRDynamicLibrary library_ = QVRDynamicLibrary::getLibrary(module_.path());
   const QVRDynamicSymbol symbol_ = library_.getSymbol("add");
 };
 

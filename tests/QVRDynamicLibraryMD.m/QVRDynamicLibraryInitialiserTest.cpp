@@ -62,7 +62,7 @@ TEST_F(QVRDynamicLibraryInitialiserTest, MakesALibraryOfItsPath) {
 }
 
 TEST_F(QVRDynamicLibraryInitialiserTest, WaitsForAThreadThatUsesWhatIsOpen) {
-  const QVRDynamicLibrary library = QVRDynamicLibrary::getLibrary(other_.path());
+  QVRDynamicLibrary library = QVRDynamicLibrary::getLibrary(other_.path());
   const QVRDynamicSymbol symbol = library.getSymbol("add");
   bool same = false;
   CommandedThread worker;

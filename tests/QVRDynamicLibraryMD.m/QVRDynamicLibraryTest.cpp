@@ -141,7 +141,7 @@ TEST_F(QVRDynamicLibraryTest, HandlesAssignEachOtherAndBodies) {
 }
 
 TEST_F(QVRDynamicLibraryTest, ClosingUnloadsNothing) {
-  const QVRDynamicLibrary library(module_.path());
+  QVRDynamicLibrary library(module_.path());
   const Open<QVRDynamicSymbol> symbol = library.getSymbol("add");
   void* const address = symbol.body()->getImpl();
 
@@ -155,7 +155,7 @@ TEST_F(QVRDynamicLibraryTest, ClosingUnloadsNothing) {
 }
 
 TEST_F(QVRDynamicLibraryTest, SymbolThatIsKnownLeavesAClosedLibraryClosedAndANewOneOpensIt) {
-  const QVRDynamicLibrary library(module_.path());
+  QVRDynamicLibrary library(module_.path());
   const QVRDynamicSymbol known = library.getSymbol("add");
   library.close();
 
@@ -166,7 +166,7 @@ TEST_F(QVRDynamicLibraryTest, SymbolThatIsKnownLeavesAClosedLibraryClosedAndANew
 }
 
 TEST_F(QVRDynamicLibraryTest, OpeningOnceMoreIsANewLoad) {
-  const QVRDynamicLibrary library(module_.path());
+  QVRDynamicLibrary library(module_.path());
   const QVROSLibraryHandle before = library.getOSLibraryHandle();
 
   library.open();
@@ -179,7 +179,7 @@ TEST_F(QVRDynamicLibraryTest, OpeningOnceMoreIsANewLoad) {
 }
 
 TEST_F(QVRDynamicLibraryTest, AskingForTheSystemsLibraryOpensIt) {
-  const QVRDynamicLibrary library(module_.path());
+  QVRDynamicLibrary library(module_.path());
   library.close();
 
   EXPECT_NE(library.getOSLibraryHandle().getOSSymbol("add"), nullptr);

@@ -105,7 +105,7 @@ TEST_F(QVRDynamicLibraryThreadsTest, ThreadsThatAskTogetherGetOneBody) {
 }
 
 TEST_F(QVRDynamicLibraryThreadsTest, OneClosesWhileOthersOpen) {
-  const QVRDynamicLibrary library = QVRDynamicLibrary::getLibrary(module_.path());
+  QVRDynamicLibrary library = QVRDynamicLibrary::getLibrary(module_.path());
 
   runTogether(kThreads, [&](int number) {
     for (int round = 0; round < kRounds / 8; ++round) {
