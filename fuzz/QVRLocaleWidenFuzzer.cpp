@@ -8,7 +8,6 @@
 #include <cwchar>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 #include "Input.h"
 #include "Locales.h"
@@ -16,6 +15,7 @@
 #include "QVRAssign.h"
 #include "QVRLocale.h"
 #include "TextModel.h"
+#include "tests/support/GuardedText.h"
 
 namespace {
 
@@ -58,10 +58,10 @@ std::size_t counted(const char* text, std::size_t maxBytes) {
 }
 
 /// What put() makes of a text; a failure leaves the target alone.
-Outcome<std::u16string> put(const std::vector<char>& text, std::size_t count) {
+Outcome<std::u16string> put(const GuardedText& text, std::size_t count) {
   std::u16string out = u"before";
   const auto outcome = fuzz::outcomeOf([&] {
-    QVRLocale::global().put(out, text.data(), count);
+    QVRLocale::global().put(out, text.get(), count);
     return out;
   });
   if (!outcome.failure.empty()) expectEqual("target of a failure", out, u"before");
@@ -106,16 +106,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   for (unsigned i = 0, end = line.number(kMaxRepetitions); i <= end; ++i) text += input.rest();
   checkAssigned(text);
   text = text.c_str();
-  // In storage of just that size: the sanitizer sees every byte too far.
-  const std::vector<char> bytes(text.c_str(), text.c_str() + text.size() + 1);
+  const GuardedText guarded(text);
 
-  const auto whole = put(bytes, text.size());
+  const auto whole = put(guarded, text.size());
   expectEqual("widened", whole, fuzz::outcomeOf([&] { return fuzz::text::widened(text); }));
-  expectEqual("widened up to a limit", put(bytes, limit),
+  expectEqual("widened up to a limit", put(guarded, limit),
               fuzz::outcomeOf([&] { return widenedUpTo(text, limit + 1); }));
   expectEqual("counted",
-              fuzz::outcomeOf([&] { return QVRLocale::global().length(bytes.data(), limit); }),
-              fuzz::outcomeOf([&] { return counted(bytes.data(), limit); }));
+              fuzz::outcomeOf([&] { return QVRLocale::global().length(guarded.get(), limit); }),
+              fuzz::outcomeOf([&] { return counted(guarded.get(), limit); }));
   if (whole.failure.empty() && mapping == fuzz::Mapping::kOneToOne) {
     checkNarrowedBack(whole.value, text);
   }
