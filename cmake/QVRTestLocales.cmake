@@ -1,6 +1,7 @@
 # The locales that tests switch to, compiled from the system's sources into
 # <build>/tests/locales, where the C library finds them through LOCPATH. So the
 # tests need neither installed locales nor root.
+include_guard(GLOBAL)
 find_program(QVR_LOCALEDEF localedef REQUIRED)
 set(QVR_LOCALE_DIR ${PROJECT_BINARY_DIR}/tests/locales)
 list(APPEND QVR_TEST_ENVIRONMENT LOCPATH=${QVR_LOCALE_DIR})

@@ -6,6 +6,8 @@
 
 namespace {
 
+constexpr std::size_t kFailed = static_cast<std::size_t>(-1);  // as the C library says it
+
 constexpr wchar_t kLastUnit = 0xFFFF;
 constexpr wchar_t kLastCode = 0x10FFFF;
 
@@ -25,7 +27,9 @@ void append(std::u16string& to, const char* text) {
   std::mbstate_t state{};
   while (text != nullptr) {
     const std::size_t count = std::mbsrtowcs(block, &text, kBlock, &state);
-    if (count == static_cast<std::size_t>(-1)) throw std::runtime_error("Invalid multibyte string");
+    // Behind a character that the zero cuts short, it would read on.
+    const bool isCut = count < kBlock && text != nullptr;
+    if (count == kFailed || isCut) throw std::runtime_error("Invalid multibyte string");
     for (std::size_t i = 0; i < count; ++i) append(to, block[i]);
   }
 }

@@ -5,6 +5,8 @@
 #include "QVRDynamicObject.h"
 #include "QVRSystemExport.h"
 
+class QVRSysThreadBody;
+
 /// The base of objects that live on the heap as long as somebody holds them. Holders
 /// keep a QVRCountedPointer, or another handle derived from QVRCountedBase; with the
 /// last one the object deletes itself.
@@ -31,7 +33,7 @@ class QVRSYSTEM_API QVRCountedObject : public QVRDynamicObject {
   /// One less than 0 is 4294967295 and deletes nothing.
   /// @return the new count. Throws what the destructor throws.
   unsigned int removeReference() {
-    const auto count = static_cast<unsigned int>(count_.decrement());
+    const unsigned int count = dropReference();
     if (count == 0) delete this;
     return count;
   }
@@ -62,9 +64,12 @@ class QVRSYSTEM_API QVRCountedObject : public QVRDynamicObject {
 
  private:
   friend class QVRCountedBase;
+  friend class QVRSysThreadBody;  // whose thread must not be ended between the two steps
 
   /// Adds one where somebody holds the object. @return whether it did.
   bool addToReferences() noexcept { return count_.incrementPositive(); }
+
+  unsigned int dropReference() noexcept { return static_cast<unsigned int>(count_.decrement()); }
 
   QVRAtomicCounter count_;
 };

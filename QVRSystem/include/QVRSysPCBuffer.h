@@ -3,6 +3,7 @@
 
 #include <cstddef>
 
+#include "QVRAtomicAccess.h"
 #include "QVRSysCondition.h"
 #include "QVRSysMonitor.h"
 #include "QVRSystemExport.h"
@@ -54,6 +55,12 @@ class QVRSYSTEM_API QVRSysPCBuffer : public QVRSysMonitor {
  protected:
   /// @throws QVREInternalError as QVRSysMutexLock does.
   explicit QVRSysPCBuffer(std::size_t capacity = 0);
+
+  /// Lets other threads run a few times, as long as `count` is what it was: they may do what
+  /// the caller would otherwise sleep for and be woken from. To be called without the lock,
+  /// under which the caller looks afterwards.
+  static void giveWayWhile(const qvr::internal::Atomic<std::size_t>& count,
+                           std::size_t was) noexcept;
 
   QVRSysCondition itemsAvailable_{mutex()};  // consumers wait on it
   QVRSysCondition roomAvailable_{mutex()};   // producers wait on it

@@ -1,12 +1,14 @@
 // A queue between producers and consumers.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <type_traits>
 #include <utility>
 
+#include "QVRAtomicAccess.h"
 #include "QVRChunkedQueue.h"
 #include "QVRSysLockGuard.h"
 #include "QVRSysPCBuffer.h"
@@ -34,7 +36,8 @@
 /// that has not begun to wait may be faster.
 /// @par Cost
 /// One hold of the lock for a put or get, whatever the number of items; memory is allocated
-/// for some dozens of items at a time. A wake-up is given where somebody sleeps only.
+/// for some dozens of items at a time. A thread gives way to others a few times before it
+/// sleeps, and a wake-up is given where somebody sleeps only.
 template <class T>
 class QVRSysPCQueue : public QVRSysPCBuffer {
  public:
@@ -62,6 +65,7 @@ class QVRSysPCQueue : public QVRSysPCBuffer {
   bool get(T& item) {
     if constexpr (kMovesSafely) {
       std::optional<T> taken;
+      giveWayWhileEmpty();
       QVRSysLockGuard guard(monitor());
       if (!awaitItem()) return false;
       taken.emplace(std::move(_first()));
@@ -69,6 +73,7 @@ class QVRSysPCQueue : public QVRSysPCBuffer {
       guard.release();
       item = std::move(*taken);
     } else {
+      giveWayWhileEmpty();
       const QVRSysLockGuard guard(monitor());
       if (!awaitItem()) return false;
       assignFirst(item);
@@ -95,7 +100,7 @@ class QVRSysPCQueue : public QVRSysPCBuffer {
 
   bool hasItems() const override {
     const QVRSysLockGuard guard(monitor());
-    return !_isStopped() && count_ != 0;
+    return !_isStopped() && _count() != 0;
   }
 
   bool hasRoom() const override {
@@ -105,20 +110,23 @@ class QVRSysPCQueue : public QVRSysPCBuffer {
 
   std::size_t count() const override {
     const QVRSysLockGuard guard(monitor());
-    return count_;
+    return _count();
   }
 
   /// An item whose destructor throws is gone like the others; the last exception comes
   /// through.
   void clear() override {
     const QVRSysLockGuard guard(monitor());
-    count_ = 0;
+    setCount(0);
     roomAvailable_.signal();  // who waits does not run before the lock is given back
     const Items removed(std::move(items_));
   }
 
  protected:
   // The steps of a get, for derived classes with more to do under one hold of the lock.
+
+  /// For a thread that is about to get an item, without the lock.
+  void giveWayWhileEmpty() const noexcept { giveWayWhile(count_, 0); }
 
   bool _isStopped() const noexcept QVR_REQUIRES(monitor()) { return run_ % 2 != 0; }
 
@@ -127,7 +135,7 @@ class QVRSysPCQueue : public QVRSysPCBuffer {
   template <class Predicate>
   bool _awaitItem(Predicate givesUp) QVR_REQUIRES(monitor()) {
     while (!givesUp()) {
-      if (count_ != 0) return true;
+      if (_count() != 0) return true;
       itemsAvailable_.wait();
     }
     return false;
@@ -137,7 +145,7 @@ class QVRSysPCQueue : public QVRSysPCBuffer {
   T& _first() noexcept QVR_REQUIRES(monitor()) { return items_.front(); }
 
   void _removeFirst() QVR_REQUIRES(monitor()) {
-    --count_;
+    setCount(_count() - 1);
     roomAvailable_.signal();
     items_.removeFront();
   }
@@ -149,8 +157,11 @@ class QVRSysPCQueue : public QVRSysPCBuffer {
                                        std::is_nothrow_move_assignable_v<T> &&
                                        std::is_nothrow_destructible_v<T>;
 
+  std::size_t _count() const noexcept { return count_.load(std::memory_order_relaxed); }
+  void setCount(std::size_t count) noexcept { count_.store(count, std::memory_order_relaxed); }
+
   bool isFull() const noexcept QVR_REQUIRES(monitor()) {
-    return capacity_ != 0 && count_ >= capacity_;
+    return capacity_ != 0 && _count() >= capacity_;
   }
 
   bool isStoppedSince(std::uint64_t run) const noexcept QVR_REQUIRES(monitor()) {
@@ -174,7 +185,13 @@ class QVRSysPCQueue : public QVRSysPCBuffer {
 
   template <class Item>
   bool add(Item&& item) {
-    const QVRSysLockGuard guard(monitor());
+    QVRSysLockGuard guard(monitor());
+    if (isFull()) {
+      const std::size_t full = _count();
+      guard.release();
+      giveWayWhile(count_, full);
+      guard.acquire();
+    }
     if (!awaitRoom()) return false;
     try {
       items_.append(std::forward<Item>(item));
@@ -182,7 +199,7 @@ class QVRSysPCQueue : public QVRSysPCBuffer {
       roomAvailable_.signal();  // what this thread may have waited for is another's
       throw;
     }
-    ++count_;
+    setCount(_count() + 1);
     itemsAvailable_.signal();
     return true;
   }
@@ -201,7 +218,8 @@ class QVRSysPCQueue : public QVRSysPCBuffer {
   }
 
   Items items_ QVR_GUARDED_BY(monitor());
-  std::size_t count_ QVR_GUARDED_BY(monitor()) = 0;
+  // Written under the lock; without it a look at some moment, which orders nothing.
+  qvr::internal::Atomic<std::size_t> count_ = 0;
   // Counts stops and restarts: odd while stopped. Who waits sees one that is over by then.
   std::uint64_t run_ QVR_GUARDED_BY(monitor()) = 0;
 };

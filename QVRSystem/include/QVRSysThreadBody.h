@@ -13,6 +13,7 @@
 
 namespace qvr::internal {
 class Thread;
+struct ThreadWork;
 }  // namespace qvr::internal
 
 /// What a thread body is at.
@@ -149,6 +150,7 @@ class QVRSYSTEM_API QVRSysThreadBody : public QVRSysMonitor, public QVRCountedOb
   using Thread = qvr::internal::Thread;
 
   void create();
+  qvr::internal::ThreadWork makeWork() const;
   void letGo() noexcept;
   bool suspendSelf();
   bool joinRunning();

@@ -42,6 +42,10 @@ inline void pause() noexcept {
 #endif
 }
 
+/// How often a thread yields that would sleep otherwise, where others are expected to end its
+/// wait soon: in about the time that falling asleep and being woken take.
+inline constexpr int kYieldsBeforeSleep = 10;
+
 /// Lets some hundred nanoseconds go by without a look at any memory.
 inline void relax() noexcept {
   constexpr int kPauses = 32;

@@ -73,10 +73,20 @@ class HandOver final : public ForkLock::Action {
   const std::uint32_t now_;
 };
 
-void prepare() { ForkLockList::forEach(Acquire()); }
+// From prepare() on the thread holds every lock of the list: until it has given them back, a
+// short section.
+void prepare() {
+  beginShortSection();
+  ForkLockList::forEach(Acquire());
+}
+
+void endSection() { endShortSection(threadState.shortSections.load() - 1); }
 
 // Highest rank first: what a lock guards may be the locks after it.
-void continueInParent() { ForkLockList::forEachBackwards(Release()); }
+void continueInParent() {
+  ForkLockList::forEachBackwards(Release());
+  endSection();
+}
 
 void continueInChild() {
   const std::uint32_t before = currentThreadId();
@@ -84,6 +94,7 @@ void continueInChild() {
   Thread::continueInChild();
   forgetOtherBiasedThreads();
   ForkLockList::forEachBackwards(Release());
+  endSection();
 }
 
 // Failing to register is a lack of memory while the library is loaded; then a

@@ -10,6 +10,7 @@ void RecursiveLock::acquireSlowly(RecursiveLockStorage& storage) noexcept {
   const LockWait wait(storage[0]);
   // Whoever has slept takes the lock as contended: others may sleep still.
   while (lock.word().exchange(kContended, std::memory_order_acquire) != kFree) {
+    const LockSleep sleep;
     waitWhile(storage[0], kContended);
   }
   lock.holder().store(currentThreadId(), std::memory_order_relaxed);

@@ -26,6 +26,9 @@ constexpr std::uint64_t kPauseWithoutTimerNs = 20'000;
 constexpr std::uint32_t kTimesPerDoubling = 1024;
 constexpr std::uint32_t kMostTimesAsked = 7 * kTimesPerDoubling;
 
+// After some milliseconds it is taken not to come to the end of an OpenSpan soon.
+constexpr std::uint32_t kTimesToEndSpan = 256;
+
 constinit RecursiveLockStorage endedLock{};
 const ForkLock forkEndedLock(ForkRank::EndedThreads, &endedLock);
 
@@ -128,7 +131,7 @@ std::uint32_t Thread::id() noexcept {
   while ((seen = idWord().load(std::memory_order_acquire)) == kWanted && !isElsewhere()) {
     waitWhile(id_, kWanted);
   }
-  return seen;
+  return seen == kWanted ? 0 : seen;  // in the child of a fork, which has no such thread
 }
 
 void Thread::work() {
@@ -142,7 +145,16 @@ void Thread::work() {
 }
 
 void Thread::dropWork() {
-  if (void* const what = std::exchange(work_.what, nullptr)) work_.drop(what);
+  if (work_.what == nullptr) return;
+  void* what = nullptr;
+  bool isLast = false;
+  {
+    // Whoever ends the thread finds it dropped, or drops it.
+    const ShortSection section;
+    what = std::exchange(work_.what, nullptr);
+    isLast = work_.drop(what);
+  }
+  if (isLast) work_.destroy(what);
 }
 
 void Thread::leave() noexcept {
@@ -175,16 +187,30 @@ void Thread::handleStop(const void* context) noexcept {
   Thread* const self = threadState.thread;
   if (self == nullptr || self->has(kEnded)) return;
   if (self->has(kCount | kCancelled)) {
-    const bool isInside =
-        isInShortSection() || (self->timesAsked_ < kMostTimesAsked &&
-                               platform::isInsideSystem(context, self->whereabouts_));
-    if (isInside && self->askAgain()) return;
-    if (!isInside) self->carryOutRequest();
+    const bool isHeldUp = self->isHeldUp(context);
+    if (isHeldUp && self->askAgain()) return;
+    if (!isHeldUp) self->carryOutRequest();
   }
   self->answer();
 }
 
+// Whether the thread has to go on from where the signal came.
+bool Thread::isHeldUp(const void* context) noexcept {
+  timesAsked_ = std::min(timesAsked_ + 1, kMostTimesAsked);
+  if (isInShortSection()) return true;
+  if (timesAsked_ < kMostTimesAsked && platform::isInsideSystem(context, whereabouts_)) return true;
+  if (!OpenSpan::isInside() || timesAsked_ > kTimesToEndSpan) return false;
+  OpenSpan::deferStop();
+  return true;
+}
+
+void Thread::stopCaller() noexcept {
+  Thread* const self = threadState.thread;
+  if (self != nullptr && self->has(kCount | kCancelled)) self->carryOutRequest();
+}
+
 void Thread::carryOutRequest() noexcept {
+  timesAsked_ = 0;
   if (threadState.sleepWord != nullptr) wakeOne(threadState.sleepWord);
   if (has(kCancelled)) endHere();
   stand();
@@ -195,12 +221,10 @@ void Thread::carryOutRequest() noexcept {
 // have nothing to do with what it is doing.
 bool Thread::askAgain() noexcept {
   if (!hasTimer_.load(std::memory_order_acquire)) return false;
-  const std::uint32_t times = std::min(timesAsked_ + 1, kMostTimesAsked);
-  timesAsked_ = times;
   // The linear congruential generator of Numerical Recipes, whose high bits serve.
   random_ = random_ * 1'664'525 + 1'013'904'223;
   const std::uint64_t pauseNs = kShortestPauseNs + (random_ >> 16 & kMorePausesNs);
-  return platform::startStopTimer(timer_, pauseNs << times / kTimesPerDoubling) == 0;
+  return platform::startStopTimer(timer_, pauseNs << timesAsked_ / kTimesPerDoubling) == 0;
 }
 
 void Thread::stand() noexcept {
@@ -322,7 +346,6 @@ bool Thread::request(std::uint32_t awaited) noexcept {
 bool Thread::openTimer() noexcept {
   if (hasTimer_.load(std::memory_order_relaxed)) return true;
   if (platform::createStopTimer(timer_, id()) != 0) return false;
-  timesAsked_ = 0;
   hasTimer_.store(true, std::memory_order_release);
   return true;
 }
@@ -352,7 +375,7 @@ void Thread::waitForEnd() noexcept {
 
 bool Thread::free() noexcept {
   if (!isFreed_) {
-    closeTimer();
+    if (!isElsewhere()) closeTimer();
     // Its end is near. A thread that is ended while it waits here would keep others from
     // ever freeing this one.
     const ShortSection section;

@@ -16,7 +16,8 @@ namespace qvr::internal {
 /// where it does not come to that, whoever ends the thread does.
 struct ThreadWork {
   void (*run)(void* what) = nullptr;
-  void (*drop)(void* what) = nullptr;
+  bool (*drop)(void* what) = nullptr;  // in a short section; whether to destroy it then
+  void (*destroy)(void* what) = nullptr;
   void* what = nullptr;  // null: nothing to run or to drop
 };
 
@@ -88,6 +89,9 @@ class Thread {
   /// Behind the thread-local objects of the calling thread, where it is one of these.
   static void leave() noexcept;
 
+  /// Carries out what is asked of the calling thread, where it is one of these.
+  static void stopCaller() noexcept;
+
   /// In the child of a fork: the calling thread is the only one of them.
   static void continueInChild() noexcept;
 
@@ -109,6 +113,7 @@ class Thread {
   // The thread's own.
   static void* enter(void* thread);
   static void handleStop(const void* context) noexcept;
+  bool isHeldUp(const void* context) noexcept;
   void introduce() noexcept;
   void work();
   void carryOutRequest() noexcept;
@@ -150,7 +155,7 @@ class Thread {
   Atomic<bool> hasTimer_ = false;
   PlatformStopTimer timer_ = nullptr;
   PlatformWhereabouts whereabouts_;
-  std::uint32_t timesAsked_ = 0;  // since the timer was opened
+  std::uint32_t timesAsked_ = 0;  // without having been stopped
   std::uint32_t random_ = 0;
   RecursiveLockStorage sendLock_{};  // held while a signal is sent, which the end waits for
   Thread* nextEnded_ = nullptr;      // the list's

@@ -53,6 +53,12 @@ std::uint32_t refreshThreadId() noexcept {
   return cachedThreadId = id;
 }
 
+void OpenSpan::stop() noexcept {
+  if (isInside() || isInShortSection()) return;
+  threadState.isStopDeferred.store(false, std::memory_order_relaxed);
+  Thread::stopCaller();
+}
+
 std::uint64_t makeThreadSerial() noexcept {
   static constinit Atomic<std::uint64_t> last = 0;
   return threadState.serial = last.fetch_add(1, std::memory_order_relaxed) + 1;

@@ -40,6 +40,9 @@ struct ThreadState {
   std::uint32_t* sleepWord = nullptr;     // of the lock for which it waits
   bool hasAskedForBias = false;           // for what follows
   BiasedThread* biasedThread = &noBiasedThread;
+  bool isWaitOpen = false;                   // as OpenWait says
+  std::atomic<std::uint32_t> openSpans = 0;  // as OpenSpan says
+  std::atomic<bool> isStopDeferred = false;  // to the end of the outermost of them
 };
 
 // Initial-exec: one read to reach, and safe to read in a signal handler.
@@ -140,6 +143,18 @@ class LockWait {
   std::uint32_t* const outer_;  // in the handler of a signal
 };
 
+/// In a short section, for the scope in which it takes its first lock: the thread can be
+/// stopped while it sleeps there, for it holds nothing. For locks that others may hold for
+/// long; in any other the holder is let out.
+class OpenWait {
+ public:
+  OpenWait() noexcept { threadState.isWaitOpen = true; }
+  ~OpenWait() { threadState.isWaitOpen = false; }
+
+  OpenWait(const OpenWait&) = delete;
+  OpenWait& operator=(const OpenWait&) = delete;
+};
+
 /// Marks a short critical section of the library for its scope: whoever would
 /// suspend or end the thread lets it out first. No caller's code runs inside.
 ///
@@ -184,6 +199,60 @@ class ShortSectionPause {
 
  private:
   const std::uint32_t marks_;
+};
+
+/// The sleep of a thread that waits for a lock; no short section in an open wait.
+class LockSleep {
+ public:
+  LockSleep() noexcept : marks_(threadState.shortSections.load(std::memory_order_relaxed)) {
+    if (threadState.isWaitOpen) setMarks(0);
+  }
+  ~LockSleep() { setMarks(marks_); }
+
+  LockSleep(const LockSleep&) = delete;
+  LockSleep& operator=(const LockSleep&) = delete;
+
+ private:
+  static void setMarks(std::uint32_t marks) noexcept {
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    threadState.shortSections.store(marks, std::memory_order_relaxed);
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+  }
+
+  const std::uint32_t marks_;
+};
+
+/// A span in which the thread holds a lock of the library and runs its caller's code between
+/// short sections. Whoever would stop the thread lets it come to the end of the span, where
+/// it stops by itself, unless that takes long.
+class OpenSpan {
+ public:
+  /// In a short section.
+  static void begin() noexcept { add(1); }
+
+  /// In a short section. Behind the outermost span and section, stopIfDeferred() is called.
+  static void end() noexcept { add(~0u); }
+
+  static bool isInside() noexcept {
+    return threadState.openSpans.load(std::memory_order_relaxed) != 0;
+  }
+
+  static void deferStop() noexcept {
+    threadState.isStopDeferred.store(true, std::memory_order_relaxed);
+  }
+
+  /// Where the thread was asked to stop meanwhile, stops it.
+  static void stopIfDeferred() noexcept {
+    if (threadState.isStopDeferred.load(std::memory_order_relaxed)) stop();
+  }
+
+ private:
+  static void stop() noexcept;
+
+  static void add(std::uint32_t spans) noexcept {
+    threadState.openSpans.store(threadState.openSpans.load(std::memory_order_relaxed) + spans,
+                                std::memory_order_relaxed);
+  }
 };
 
 }  // namespace qvr::internal

@@ -23,6 +23,13 @@ class Waiter {
     while (state.load(std::memory_order_acquire) == kWaiting) waitWhile(state_, kWaiting);
   }
 
+  /// For one that leaves its list and finds that it was taken off: until the waker, which is
+  /// in a short section, does not need it any more. The wake-up itself may be deferred for
+  /// long.
+  void awaitWaker() noexcept {
+    while (AtomicWord(state_).load(std::memory_order_acquire) == kWaiting) yield();
+  }
+
   /// Ends the wait of one that is on no list any more, and may be gone at once.
   void wake() noexcept { wakeOne(endWait()); }
 

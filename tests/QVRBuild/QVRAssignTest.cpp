@@ -33,12 +33,19 @@ TEST(QVRAssignTest, TextBecomesUtf16InTheEncodingOfTheLocale) {
 }
 
 TEST(QVRAssignTest, TextThatCannotBeWidenedIsRefusedAndTheTargetKept) {
-  const ScopedLocale locale("C.UTF-8");
-  for (const char* from : {"a\x80", "a\xc3", "a\xf4\x90\x80\x80"}) {
+  const struct {
+    const char* locale;
+    const char* from;
+  } cases[] = {{"C.UTF-8", "a\x80"},
+               {"C.UTF-8", "a\xc3"},
+               {"C.UTF-8", "a\xf4\x90\x80\x80"},
+               {"zh_CN.GB18030", "a\x81\x30"}};
+  for (const auto& c : cases) {
+    const ScopedLocale locale(c.locale);
     std::u16string to = u"before";
     try {
-      QVRAssign(to, from);
-      ADD_FAILURE() << from;
+      QVRAssign(to, c.from);
+      ADD_FAILURE() << c.from;
     } catch (const std::runtime_error& failure) {
       EXPECT_STREQ(failure.what(), "Invalid multibyte string");
     }

@@ -27,6 +27,7 @@
 #include "QVRSysDateTime.h"
 #include "QVRSysTime.h"
 #include "support/AllocationRefuser.h"
+#include "support/GuardedText.h"
 #include "support/ScopedEnvironment.h"
 #include "support/ScopedLocale.h"
 #include "support/VirtualSlot.h"
@@ -178,6 +179,22 @@ TEST(QVRLocaleTest, NothingIsReadBehindTheLastUnitThatCounts) {
   EXPECT_EQ(out, std::u16string(40, u'x'));
   QVRLocale("").put(out, wide.data(), 1);
   EXPECT_EQ(out, u"\u6f22\u6f22");
+}
+
+TEST(QVRLocaleTest, NothingIsReadBehindTheZeroOfACutCharacter) {
+  const struct {
+    const char* locale;
+    const char* text;
+  } cases[] = {{"C.UTF-8", "a\xe2\x82"},           {"ja_JP.EUC-JP", "a\x8f\xb0"},
+               {"zh_CN.GB18030", "a\x81"},         {"zh_CN.GB18030", "a\x81\x30"},
+               {"zh_CN.GB18030", "a\x81\x30\x81"}, {"zh_HK.BIG5-HKSCS", "a\xa4"}};
+  for (const auto& c : cases) {
+    const ScopedLocale locale(c.locale);
+    const GuardedText text(c.text);
+    std::u16string out;
+    EXPECT_EQ(runtimeErrorOf([&] { QVRLocale("").put(out, text.get(), 99); }), kNotMultibyte)
+        << c.locale << ' ' << c.text;
+  }
 }
 
 TEST(QVRLocaleTest, TextThatCannotBeWidenedIsRefusedAndTheOutputKept) {

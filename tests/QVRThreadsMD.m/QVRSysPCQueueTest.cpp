@@ -331,8 +331,8 @@ struct Refused : std::runtime_error {
 
 /// Copies and moves that throw when told to.
 struct Touchy {
-  static inline int copiesUntilRefusal = -1;  // of any kind; negative: none is refused
-  static inline int alive = 0;
+  static inline std::atomic<int> copiesUntilRefusal = -1;  // of any kind; negative: none is refused
+  static inline std::atomic<int> alive = 0;
 
   explicit Touchy(int number = 0) : value(number) { ++alive; }
   Touchy(const Touchy& other) : value(other.value) {

@@ -128,9 +128,9 @@ qvr_planted_mistake(PlantedWaitNotRepeated FOUND_BY QVRSysCondition/
 qvr_planted_mistake(PlantedCountReadAgain FOUND_BY QVRCountedPointer/
   IN include/QVRCountedObject.h COMPILED_IN QVRObjectMD.m/src/QVRCountedObject.cpp
   SCENARIOS QVRCountedPointerScenarios.cpp
-  LINE "    const auto count = static_cast<unsigned int>(count_.decrement());"
-  BECOMES "    count_.decrement();
-    const auto count = getReferences();")
+  LINE "    const unsigned int count = dropReference();"
+  BECOMES "    dropReference();
+    const unsigned int count = getReferences();")
 qvr_planted_mistake(PlantedReferenceNotAdded FOUND_BY QVRCountedPointer/copiesKeepTheObject
   IN include/QVRCountedObject.h COMPILED_IN QVRObjectMD.m/src/QVRCountedObject.cpp
   SCENARIOS QVRCountedPointerScenarios.cpp

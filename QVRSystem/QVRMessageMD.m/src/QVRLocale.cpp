@@ -158,7 +158,9 @@ class Widening {
       // Each may be a pair: no more are read than certainly fit.
       const std::size_t wanted = std::clamp<std::size_t>(limit_ / 2, 1, kCodes);
       const std::size_t count = std::mbsrtowcs(codes, &text_, wanted, &state);
-      if (count == kFailed) failToWiden();
+      // Behind a character that the zero cuts short, it would read on.
+      const bool isCut = count < wanted && text_ != nullptr;
+      if (count == kFailed || isCut) failToWiden();
       for (std::size_t i = 0; i < count; ++i) append(codes[i]);
     }
   }

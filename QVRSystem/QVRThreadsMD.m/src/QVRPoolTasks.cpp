@@ -60,6 +60,7 @@ void PoolTasks::enterLoop(PoolWorker& worker) {
 }
 
 bool PoolTasks::take(Task& task, PoolWorker& worker) {
+  giveWayWhileEmpty();
   const QVRSysLockGuard guard(monitor());
   // Asked under the lock, which the analysis does not see.
   const auto givesUp = [&]() QVR_NO_THREAD_SAFETY_ANALYSIS {

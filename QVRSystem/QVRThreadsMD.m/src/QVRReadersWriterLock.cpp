@@ -311,7 +311,7 @@ class QVRReadersWriterLock::QueuedWait final : public EndableWait {
     Waiter* const next = &queue_ == &lock_.writers_ ? lock_.takeNext() : nullptr;
     hold.release();
     WaitList::wakeAll(next);
-    if (isWoken) waiter_.sleep();
+    if (isWoken) waiter_.awaitWaker();
   }
 
  private:

@@ -33,7 +33,7 @@ class ListedWait final : public EndableWait {
     ShortHold hold(lock_);
     if (WaitList(list_).remove(waiter_)) return;
     hold.release();
-    waiter_.sleep();
+    waiter_.awaitWaker();
   }
 
  private:

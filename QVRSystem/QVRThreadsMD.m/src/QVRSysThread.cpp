@@ -38,15 +38,6 @@ void checkSuspension(long count) {
   check(count == 0, "ecode == 0", kSuspendCountLine);
 }
 
-// The work of a thread: its own reference to the runnable.
-void run(void* runnable) { static_cast<QVRSysIRunnableBody*>(runnable)->run(); }
-void drop(void* runnable) { static_cast<QVRSysIRunnableBody*>(runnable)->removeReference(); }
-
-ThreadWork workOf(const QVRCountedPointer<QVRSysIRunnableBody>& runnable) {
-  if (runnable) runnable->addReference();
-  return {&run, &drop, runnable.get()};
-}
-
 bool isPriority(const QVRSysThreadAttribute& attribute) {
   const int priority = attribute.getPriority();
   return attribute.getMinimumPriority() <= priority && priority <= attribute.getMaximumPriority();
@@ -90,10 +81,19 @@ void QVRSysThreadBody::start() {
   create();
 }
 
+// Its own reference to the runnable.
+ThreadWork QVRSysThreadBody::makeWork() const {
+  using Runnable = QVRSysIRunnableBody;
+  if (runnable_) runnable_->addReference();
+  return {[](void* what) { static_cast<Runnable*>(what)->run(); },
+          [](void* what) { return static_cast<Runnable*>(what)->dropReference() == 0; },
+          [](void* what) { delete static_cast<Runnable*>(what); }, runnable_.get()};
+}
+
 // The new thread finds its body complete: what it is known by is written before it runs.
 void QVRSysThreadBody::create() {
   letGo();
-  thread_ = new Thread(workOf(runnable_));
+  thread_ = new Thread(makeWork());
   if (thread_->start(settingsOf(attribute_)) == 0) return;
   letGo();
   throw QVREResourceLimit(u" Thread creation failed ", kSource, kCreationLine);

@@ -2,7 +2,6 @@
 
 #include <cstring>
 
-#include "QVRSystem/internal/QVRThreadState.h"
 #include "QVRSystem/internal/QVRUnwinding.h"
 #include "QVRTraceLog.h"
 
@@ -18,7 +17,6 @@ std::unique_ptr<const char[]> copyOf(const char* text) {
 void writeLine(QVRTraceLog& log, QVRTraceLevel level, const char* verb, const char* name) {
   // Nobody would see such a line: no thread need wait for it.
   if (level > QVRTraceLevelWarning) return;
-  const qvr::internal::ShortSection section;
   log.acquireLock();
   log.write(level, verb);
   log.write(level, name);

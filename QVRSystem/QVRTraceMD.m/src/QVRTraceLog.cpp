@@ -22,6 +22,8 @@ namespace {
 using qvr::internal::Atomic;
 using qvr::internal::ForkLock;
 using qvr::internal::ForkRank;
+using qvr::internal::OpenSpan;
+using qvr::internal::OpenWait;
 using qvr::internal::ShortSection;
 using qvr::internal::ShortSectionPause;
 using qvr::trace::Line;
@@ -149,6 +151,12 @@ union LineLock {
 
 constinit LineLock lineLock;
 
+// That a thread may hold while it runs an operand or a writer.
+void takeLines(QVRSysFastMutexLock& lines) QVR_ACQUIRE(lines) {
+  const OpenWait wait;
+  lines.acquire();
+}
+
 }  // namespace
 
 constinit QVRSysFastMutexLock& QVRTraceLog::ClassMutex = lineLock.lock;
@@ -264,13 +272,15 @@ std::string QVRTraceLog::GetFormat() const {
 }
 
 void QVRTraceLog::acquireLock() {
-  ClassMutex.acquire();
+  const ShortSection section;
+  takeLines(ClassMutex);
   try {
     state_->current = &state_->current->begin();
   } catch (...) {
     ClassMutex.release();
     throw;
   }
+  OpenSpan::begin();
 }
 
 std::ostream& QVRTraceLog::write(QVRTraceLevel level, const char* text) {
@@ -304,19 +314,24 @@ void QVRTraceLog::releaseLock() QVR_NO_THREAD_SAFETY_ANALYSIS {
   struct Ending {
     ~Ending() QVR_NO_THREAD_SAFETY_ANALYSIS {
       state.current = &state.current->end();
+      OpenSpan::end();
       ClassMutex.release();
     }
     State& state;
   };
-  const ShortSection section;
-  const Ending ending{*state_};
-  state_->emit();
+  {
+    const ShortSection section;
+    const Ending ending{*state_};
+    state_->emit();
+  }
+  OpenSpan::stopIfDeferred();
 }
 
 void QVRTraceLog::SetDefaultLevel(QVRTraceLevel level) {
   const ShortSection section;
-  const QVRSysFastMutexLock::LockGuard guard(ClassMutex);
+  takeLines(ClassMutex);
   defaultLevel = level;
+  ClassMutex.release();
 }
 
 QVRTraceLevel QVRTraceLog::GetDefaultLevel() {

@@ -39,6 +39,9 @@ inline void wakeAll(std::uint32_t* word) noexcept {
 
 inline void relax() noexcept {}
 
+/// One shows what any number of them do.
+inline constexpr int kYieldsBeforeSleep = 1;
+
 inline void yield() noexcept {
   if (scheduler::onThread()) scheduler::yieldToOthers();
 }

@@ -67,6 +67,11 @@ class LockWait {
   explicit LockWait(std::uint32_t& /*word*/) noexcept {}
 };
 
+class LockSleep {
+ public:
+  LockSleep() noexcept {}
+};
+
 class ShortSectionPause {
  public:
   ShortSectionPause() noexcept : marks_(std::exchange(scheduler::shortSections(), 0)) {}
