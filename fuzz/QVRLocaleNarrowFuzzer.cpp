@@ -1,11 +1,13 @@
 // Wide text is narrowed as wcstombs() does it, in several encodings.
 //
-// An input is a line with the letter of an encoding, the size of the buffer, a blank and how
-// many letters to put before the text, so that it meets the edges of the library's blocks;
-// then the text in UTF-16, the low byte of each unit first.
+// An input is a line with the letter of an encoding and, with a blank between, three numbers:
+// the size of the buffer, how many letters to put before the text and how often to repeat it, so
+// that it meets the edges of the library's blocks; then the text in UTF-16, the low byte of each
+// unit first.
 #include <cstdint>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Input.h"
@@ -22,7 +24,8 @@ using fuzz::Outcome;
 
 constexpr unsigned kMaxSize = 16384;
 constexpr unsigned kMaxPadding = 4096;
-constexpr std::size_t kEnough = 65536;
+constexpr unsigned kMaxRepetitions = 200;
+constexpr std::size_t kMaxUnitBytes = 4;  // that a unit takes in any of the encodings
 
 /// What get() writes to a buffer of that size; a failure leaves it alone.
 template <class Char>
@@ -58,6 +61,16 @@ void checkWidenedBack(const std::string& narrow, const std::u16string& text) {
   expectEqual("widened back", wide, text.c_str());
 }
 
+std::u16string unitsOf(std::string_view bytes) {
+  std::u16string units;
+  for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
+    const auto low = static_cast<unsigned char>(bytes[i]);
+    const auto high = static_cast<unsigned char>(bytes[i + 1]);
+    units += static_cast<char16_t>(high * 256 + low);
+  }
+  return units;
+}
+
 void check(const std::u16string& text, std::size_t size) {
   expectEqual("narrowed", get<char>(text, size),
               fuzz::outcomeOf([&] { return narrowed(text, size); }));
@@ -74,14 +87,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::size_t bufferSize = line.number(kMaxSize);
   line.character();
   std::u16string text(line.number(kMaxPadding), u'a');
-  while (!input.isAtEnd()) {
-    const auto low = static_cast<unsigned char>(input.character());
-    const auto high = static_cast<unsigned char>(input.character());
-    text += static_cast<char16_t>(high * 256 + low);
-  }
+  line.character();
+  const std::u16string repeated = unitsOf(input.rest());
+  for (unsigned i = 0, end = line.number(kMaxRepetitions); i <= end; ++i) text += repeated;
 
   check(text, bufferSize);
-  const auto narrow = get<char>(text, kEnough);
+  const auto narrow = get<char>(text, text.size() * kMaxUnitBytes + 1);
   expectEqual("narrowed", narrow, fuzz::outcomeOf([&] { return fuzz::text::narrowed(text); }));
   if (!narrow.failure.empty()) return 0;
   // A buffer that just fits, and one that just does not.

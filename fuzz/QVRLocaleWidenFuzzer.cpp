@@ -1,15 +1,13 @@
 // Narrow text is widened and counted as the C library does it, in several encodings.
 //
-// An input is a line with the letter of an encoding, a limit, a blank and how many letters
-// to put before the text, so that it meets the edges of the library's blocks; then the text.
-#include <clocale>
+// An input is a line with the letter of an encoding and, with a blank between, three numbers:
+// a limit, how many letters to put before the text and how often to repeat it, so that it meets
+// the edges of the library's blocks; then the text.
 #include <cstdint>
 #include <cstdlib>
 #include <cwchar>
 #include <stdexcept>
 #include <string>
-#include <string_view>
-#include <vector>
 
 #include "Input.h"
 #include "Locales.h"
@@ -17,15 +15,16 @@
 #include "QVRAssign.h"
 #include "QVRLocale.h"
 #include "TextModel.h"
+#include "tests/support/GuardedText.h"
 
 namespace {
 
-using fuzz::expect;
 using fuzz::expectEqual;
 using fuzz::Outcome;
 
-constexpr unsigned kMaxLimit = 8192;
+constexpr unsigned kMaxLimit = 131072;
 constexpr unsigned kMaxPadding = 4096;
+constexpr unsigned kMaxRepetitions = 200;
 
 /// What fits `limit` units, read character by character: nothing behind is looked at.
 std::u16string widenedUpTo(const std::string& text, std::size_t limit) {
@@ -59,10 +58,10 @@ std::size_t counted(const char* text, std::size_t maxBytes) {
 }
 
 /// What put() makes of a text; a failure leaves the target alone.
-Outcome<std::u16string> put(const std::vector<char>& text, std::size_t count) {
+Outcome<std::u16string> put(const GuardedText& text, std::size_t count) {
   std::u16string out = u"before";
   const auto outcome = fuzz::outcomeOf([&] {
-    QVRLocale::global().put(out, text.data(), count);
+    QVRLocale::global().put(out, text.get(), count);
     return out;
   });
   if (!outcome.failure.empty()) expectEqual("target of a failure", out, u"before");
@@ -70,10 +69,13 @@ Outcome<std::u16string> put(const std::vector<char>& text, std::size_t count) {
 }
 
 /// Each piece between zeros by itself.
-std::u16string assigned(std::string_view text) {
-  const std::size_t zero = text.find('\0');
-  const std::u16string head = fuzz::text::widened(std::string(text.substr(0, zero)));
-  return zero == text.npos ? head : head + u'\0' + assigned(text.substr(zero + 1));
+std::u16string assigned(const std::string& text) {
+  const std::string ended = text + '\0';
+  std::u16string wide;
+  fuzz::Input rest(ended);
+  while (!rest.isAtEnd()) wide += fuzz::text::widened(std::string(rest.until('\0'))) + u'\0';
+  wide.pop_back();
+  return wide;
 }
 
 void checkAssigned(const std::string& text) {
@@ -100,19 +102,19 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::size_t limit = line.number(kMaxLimit);
   line.character();
   std::string text(line.number(kMaxPadding), 'a');
-  text += input.rest();
+  line.character();
+  for (unsigned i = 0, end = line.number(kMaxRepetitions); i <= end; ++i) text += input.rest();
   checkAssigned(text);
   text = text.c_str();
-  // In storage of just that size: the sanitizer sees every byte too far.
-  const std::vector<char> bytes(text.c_str(), text.c_str() + text.size() + 1);
+  const GuardedText guarded(text);
 
-  const auto whole = put(bytes, text.size());
+  const auto whole = put(guarded, text.size());
   expectEqual("widened", whole, fuzz::outcomeOf([&] { return fuzz::text::widened(text); }));
-  expectEqual("widened up to a limit", put(bytes, limit),
+  expectEqual("widened up to a limit", put(guarded, limit),
               fuzz::outcomeOf([&] { return widenedUpTo(text, limit + 1); }));
   expectEqual("counted",
-              fuzz::outcomeOf([&] { return QVRLocale::global().length(bytes.data(), limit); }),
-              fuzz::outcomeOf([&] { return counted(bytes.data(), limit); }));
+              fuzz::outcomeOf([&] { return QVRLocale::global().length(guarded.get(), limit); }),
+              fuzz::outcomeOf([&] { return counted(guarded.get(), limit); }));
   if (whole.failure.empty() && mapping == fuzz::Mapping::kOneToOne) {
     checkNarrowedBack(whole.value, text);
   }

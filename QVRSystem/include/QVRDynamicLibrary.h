@@ -34,7 +34,7 @@ class QVRSYSTEM_API QVRDynamicLibrary : public QVRDynamicLibraryHandle {
   QVRDynamicLibrary(QVRDynamicLibrary&&) noexcept = default;
   QVRDynamicLibrary& operator=(const QVRDynamicLibrary&) noexcept = default;
   QVRDynamicLibrary& operator=(QVRDynamicLibrary&&) noexcept = default;
-  virtual ~QVRDynamicLibrary();
+  virtual ~QVRDynamicLibrary() = default;
 
   /// As QVRDynamicLibraryHandle assigns a body.
   QVRDynamicLibrary& operator=(QVRDynamicLibraryImpl* body) noexcept {

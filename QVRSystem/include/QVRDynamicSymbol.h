@@ -19,7 +19,7 @@ class QVRSYSTEM_API QVRDynamicSymbol : public QVRDynamicSymbolHandle {
   QVRDynamicSymbol(QVRDynamicSymbol&&) noexcept = default;
   QVRDynamicSymbol& operator=(const QVRDynamicSymbol&) noexcept = default;
   QVRDynamicSymbol& operator=(QVRDynamicSymbol&&) noexcept = default;
-  ~QVRDynamicSymbol() override;
+  ~QVRDynamicSymbol() override = default;
 
   /// As QVRDynamicSymbolHandle assigns a body.
   QVRDynamicSymbol& operator=(QVRDynamicSymbolImpl* body) noexcept {

@@ -41,7 +41,7 @@ class QVRSYSTEM_API QVRDynamicSymbolHandle : public QVRSysHandleBase {
   QVRDynamicSymbolHandle(QVRDynamicSymbolHandle&&) noexcept = default;
   QVRDynamicSymbolHandle& operator=(const QVRDynamicSymbolHandle&) noexcept = default;
   QVRDynamicSymbolHandle& operator=(QVRDynamicSymbolHandle&&) noexcept = default;
-  virtual ~QVRDynamicSymbolHandle();
+  virtual ~QVRDynamicSymbolHandle() = default;
 
   /// Shares another body, counted before the old one is let go; null empties the handle.
   QVRDynamicSymbolHandle& operator=(QVRDynamicSymbolImpl* body) noexcept {

@@ -1,26 +1,29 @@
 // A text that nothing can be read behind.
 #pragma once
 
-#include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <cstddef>
 #include <cstring>
+#include <new>
 #include <string_view>
 
 /// A zero-terminated text at the end of a page, in front of one that nobody may read: what
 /// the C library reads too far no sanitizer sees.
 class GuardedText {
  public:
-  /// @param text shorter than a page.
-  explicit GuardedText(std::string_view text) {
-    EXPECT_NE(pages_, MAP_FAILED);
-    EXPECT_EQ(mprotect(pages_ + pageSize(), pageSize(), PROT_NONE), 0);
-    text_ = pages_ + pageSize() - text.size() - 1;
+  explicit GuardedText(std::string_view text)
+      : guardOffset_((text.size() / pageSize() + 1) * pageSize()),
+        pages_(mmap(nullptr, guardOffset_ + pageSize(), PROT_READ | PROT_WRITE,
+                    MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)) {
+    if (pages_ == MAP_FAILED) throw std::bad_alloc();
+    char* const guard = static_cast<char*>(pages_) + guardOffset_;
+    mprotect(guard, pageSize(), PROT_NONE);
+    text_ = guard - text.size() - 1;
     std::memcpy(text_, text.data(), text.size());
   }
-  ~GuardedText() { munmap(pages_, 2 * pageSize()); }
+  ~GuardedText() { munmap(pages_, guardOffset_ + pageSize()); }
 
   GuardedText(const GuardedText&) = delete;
   GuardedText& operator=(const GuardedText&) = delete;
@@ -30,7 +33,7 @@ class GuardedText {
  private:
   static std::size_t pageSize() { return static_cast<std::size_t>(sysconf(_SC_PAGESIZE)); }
 
-  char* const pages_ = static_cast<char*>(
-      mmap(nullptr, 2 * pageSize(), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+  const std::size_t guardOffset_;
+  void* const pages_;
   char* text_;
 };

@@ -10,8 +10,6 @@ QVRDynamicLibrary::QVRDynamicLibrary(const std::string& path, const std::string&
   QVRDynamicSymbol(path, symbolName);
 }
 
-QVRDynamicLibrary::~QVRDynamicLibrary() = default;
-
 QVRDynamicLibrary QVRDynamicLibrary::getLibrary(const std::string& path) {
   return QVRDynamicLibraryImpl::getLibrary(path);
 }

@@ -1,5 +1,3 @@
 #include "QVRDynamicSymbol.h"
 
-QVRDynamicSymbol::~QVRDynamicSymbol() = default;
-
 QVRDynamicLibraryHandle QVRDynamicSymbol::getLibrary() const { return body()->getLibrary(); }

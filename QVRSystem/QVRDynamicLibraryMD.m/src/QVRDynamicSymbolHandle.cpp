@@ -8,5 +8,3 @@ QVRDynamicSymbolHandle::QVRDynamicSymbolHandle(const QVRDynamicLibrary& library,
 
 QVRDynamicSymbolHandle::QVRDynamicSymbolHandle(const std::string& path, const std::string& name)
     : QVRDynamicSymbolHandle(QVRDynamicLibrary::getLibrary(path), name) {}
-
-QVRDynamicSymbolHandle::~QVRDynamicSymbolHandle() = default;

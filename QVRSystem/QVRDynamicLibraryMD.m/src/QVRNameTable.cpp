@@ -1,8 +1,6 @@
 #include "QVRNameTable.h"
 
 #include <algorithm>
-#include <functional>
-#include <limits>
 #include <utility>
 
 #include "QVRCountedObject.h"
@@ -11,16 +9,6 @@ namespace qvr::internal {
 
 NamedEntry::NamedEntry(const std::string& itsName, QVRCountedObject& itsBody)
     : name(itsName), hash(NameTable::hash(itsName)), body(itsBody) {}
-
-std::size_t NameTable::hash(const std::string& name) noexcept {
-  return std::hash<std::string>()(name);
-}
-
-bool NameTable::share(NamedEntry* root, const std::string& name, std::size_t hash,
-                      QVRCountedBase& handle) noexcept {
-  const NamedEntry* const found = *find(root, name, hash);
-  return found != nullptr && handle.share(found->body);
-}
 
 void NameTable::enter(NamedEntry*& root, NamedEntry& entry) noexcept {
   NamedEntry** const place = find(root, entry.name, entry.hash);
@@ -41,19 +29,6 @@ void NameTable::remove(NamedEntry*& root, const NamedEntry& entry) noexcept {
 
 bool NameTable::has(NamedEntry* root, const NamedEntry& entry) noexcept {
   return *find(root, entry.name, entry.hash) == &entry;
-}
-
-// The place of the name, or where it belongs.
-NamedEntry** NameTable::find(NamedEntry*& root, const std::string& name,
-                             std::size_t hash) noexcept {
-  constexpr int kShift = std::numeric_limits<std::size_t>::digits - kBitsPerLevel;
-  NamedEntry** place = &root;
-  for (std::size_t rest = hash; *place != nullptr; rest <<= kBitsPerLevel) {
-    NamedEntry& entry = **place;
-    if (entry.hash == hash && entry.name == name) break;
-    place = &entry.children[rest >> kShift];
-  }
-  return place;
 }
 
 NamedEntry** NameTable::findLeaf(NamedEntry** place) noexcept {

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
+#include <limits>
 #include <string>
 
 #include "QVRCountedBase.h"
@@ -44,5 +46,28 @@ class NameTable {
   static NamedEntry** findLeaf(NamedEntry** place) noexcept;
   static void replace(NamedEntry& entry, NamedEntry& by) noexcept;
 };
+
+inline std::size_t NameTable::hash(const std::string& name) noexcept {
+  return std::hash<std::string>()(name);
+}
+
+inline bool NameTable::share(NamedEntry* root, const std::string& name, std::size_t hash,
+                             QVRCountedBase& handle) noexcept {
+  const NamedEntry* const found = *find(root, name, hash);
+  return found != nullptr && handle.share(found->body);
+}
+
+// The place of the name, or where it belongs.
+inline NamedEntry** NameTable::find(NamedEntry*& root, const std::string& name,
+                                    std::size_t hash) noexcept {
+  constexpr int kShift = std::numeric_limits<std::size_t>::digits - kBitsPerLevel;
+  NamedEntry** place = &root;
+  for (std::size_t rest = hash; *place != nullptr; rest <<= kBitsPerLevel) {
+    NamedEntry& entry = **place;
+    if (entry.hash == hash && entry.name == name) break;
+    place = &entry.children[rest >> kShift];
+  }
+  return place;
+}
 
 }  // namespace qvr::internal
