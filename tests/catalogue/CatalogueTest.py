@@ -1091,6 +1091,59 @@ class Plugins(CatalogueTest):
         self.assertEqual(self.checksum_names("--plugins=/nowhere"), [])
 
 
+class Output(CatalogueTest):
+    """Reports that go to a file."""
+
+    def test_file_has_what_standard_output_would_have(self):
+        self.make_tree_of_every_kind()
+        file = self.place(b"report")
+        for form in ("text", "csv", "json"):
+            printed = run(f"--format={form}", self.tree)
+            written = run(f"--format={form}", b"--output=" + file, self.tree)
+
+            self.assertEqual((written.returncode, written.stdout, written.stderr), (0, b"", b""))
+            with open(file, "rb") as report:
+                self.assertEqual(without_time(report.read()), without_time(printed.stdout))
+
+    def test_file_is_emptied_first_and_counted_so_within_the_tree(self):
+        self.make_file(b"tree/report", 10**7)
+
+        result = run("--format=json", "--checksum", "--output=report", cwd=self.tree)
+
+        self.assertEqual((result.returncode, result.stdout, result.stderr), (0, b"", b""))
+        with open(self.place(b"tree/report"), "rb") as report:
+            catalogue = json.load(report)
+        self.assertEqual(catalogue["totals"]["regularFiles"], 1)
+        self.assertEqual(catalogue["totals"]["bytes"], 0)
+
+    def test_file_stays_as_it_is_in_wrong_use(self):
+        file = self.make_file(b"report", 5)
+
+        for arguments in (["--bogus"], [self.place(b"gone")], ["--checksum=md5"]):
+            self.assertEqual(run(b"--output=" + file, *arguments).returncode, 2)
+            self.assertEqual(os.path.getsize(file), 5)
+
+    def test_exit_status_tells_of_what_could_not_be_read(self):
+        self.make_file(b"tree/back\\slash")
+
+        result = run(b"--output=" + self.place(b"report"), self.tree)
+
+        self.assertEqual((result.returncode, result.stdout, result.stderr), (1, b"", b""))
+
+    def test_file_that_cannot_be_written_is_told_in_one_line(self):
+        opened = b"Failed to open stream buffer for file"
+        for name, reason in (
+            (self.place(b"no/report"), b"The directory for the file does not exist"),
+            (self.place(b""), opened),
+            (self.tree, opened),
+            (b"/dev/full", b"No space left on device"),
+        ):
+            result = run(b"--output=" + name, self.tree)
+
+            line = b"catalogue: the report cannot be written to '%s': %s\n" % (name, reason)
+            self.assertEqual((result.returncode, result.stdout, result.stderr), (3, b"", line))
+
+
 class Interrupts(CatalogueTest):
     """The first interrupt has the program end with what it has, the second at once."""
 
@@ -1190,6 +1243,7 @@ class CommandLine(CatalogueTest):
         gone, dangling = self.place(b"gone"), self.place(b"dangling")
         option = b"unknown option '%s': --help lists them"
         form = b"unknown format '%s': it is text, csv or json"
+        output = b"'%s' is no name for the report's file"
         threads = b"'%s' is no number of threads: that is from 1 to 1024"
         cases = [
             ([b"--bogus"], option % b"--bogus"),
@@ -1210,6 +1264,10 @@ class CommandLine(CatalogueTest):
             ([b"--threads"], option % b"--threads"),
             ([b"--checksums"], option % b"--checksums"),
             ([b"--plugins"], option % b"--plugins"),
+            ([b"--output", b"file"], option % b"--output"),
+            ([b"--output="], output % b""),
+            ([b"--output=a\\b"], output % b"a\\b"),
+            ([b"--output=%HOME%/a"], output % b"%HOME%/a"),
             ([b"--threads="], threads % b""),
             ([b"--threads=0"], threads % b"0"),
             ([b"--threads=-1"], threads % b"-1"),
@@ -1240,7 +1298,7 @@ class CommandLine(CatalogueTest):
 
         self.assertEqual((result.returncode, result.stderr), (0, b""))
         self.assertTrue(result.stdout.startswith(b"Usage: catalogue "))
-        options = (b"--format=", b"--threads=", b"--checksum", b"--plugins=", b"--help")
+        options = (b"--format=", b"--threads=", b"--checksum", b"--output=", b"--plugins=", b"--help")
         for option in (*options, b"text", b"csv", b"json"):
             self.assertIn(option, result.stdout)
 
