@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdlib>
+#include <iterator>
 #include <memory>
 #include <tuple>
 #include <typeinfo>
@@ -21,13 +22,12 @@ bool comesBefore(const LargeFile& a, const LargeFile& b) {
   return std::tie(b.bytes, a.path) < std::tie(a.bytes, b.path);
 }
 
-bool isAmong(const std::vector<LargeFile>& largest, const std::string& path, std::uint64_t bytes) {
-  if (largest.size() < kLargestCount) return true;
-  const LargeFile& last = largest.back();
-  return std::tie(last.bytes, path) < std::tie(bytes, last.path);
+bool belongsTo(const std::vector<LargeFile>& largest, const LargeFile& file) {
+  return largest.size() < kLargestCount || comesBefore(file, largest.back());
 }
 
-void add(LargeFile file, std::vector<LargeFile>& largest) {
+void addTo(std::vector<LargeFile>& largest, LargeFile file) {
+  if (!belongsTo(largest, file)) return;
   const auto place = std::upper_bound(largest.begin(), largest.end(), file, comesBefore);
   largest.insert(place, std::move(file));
   if (largest.size() > kLargestCount) largest.pop_back();
@@ -47,23 +47,34 @@ std::string whereOf(const std::exception& failure) {
 
 }  // namespace
 
-void Catalogue::addFile(const std::string& path, std::uint64_t bytes, const QVRSysDate& modified) {
-  totals.bytes += bytes;
-  FilesAndBytes& year =
-      byYear[modified.isValid() ? std::optional(modified.getYear()) : std::nullopt];
+void Catalogue::addFile(LargeFile file) {
+  totals.bytes += file.bytes;
+  const QVRSysDate& date = file.modified;
+  FilesAndBytes& year = byYear[date.isValid() ? std::optional(date.getYear()) : std::nullopt];
   ++year.files;
-  year.bytes += bytes;
-
-  if (isAmong(largest, path, bytes)) add({path, bytes, modified}, largest);
+  year.bytes += file.bytes;
+  addTo(largest, std::move(file));
 }
 
 void Catalogue::addUnreadable(const std::string& path, const std::exception& failure) {
   unreadable.push_back({path, classNameOf(failure), failure.what(), whereOf(failure)});
 }
 
-void Catalogue::sortUnreadable() {
-  std::stable_sort(unreadable.begin(), unreadable.end(),
-                   [](const Unreadable& a, const Unreadable& b) { return a.path < b.path; });
+bool Catalogue::isLarge(const LargeFile& file) const { return belongsTo(largest, file); }
+
+void Catalogue::add(Catalogue other) {
+  totals.directories += other.totals.directories;
+  totals.regularFiles += other.totals.regularFiles;
+  totals.otherEntries += other.totals.otherEntries;
+  totals.bytes += other.totals.bytes;
+  for (const auto& [year, of] : other.byYear) {
+    byYear[year].files += of.files;
+    byYear[year].bytes += of.bytes;
+  }
+  for (LargeFile& file : other.largest) addTo(largest, std::move(file));
+  std::move(other.unreadable.begin(), other.unreadable.end(), std::back_inserter(unreadable));
 }
+
+void Catalogue::sortUnreadable() { std::sort(unreadable.begin(), unreadable.end()); }
 
 }  // namespace catalogue

@@ -1,6 +1,7 @@
 // What a walk over a directory tree has found.
 #pragma once
 
+#include <compare>
 #include <cstdint>
 #include <exception>
 #include <map>
@@ -8,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "Checksum.h"
 #include "QVRSysDate.h"
 
 namespace catalogue {
@@ -30,7 +32,8 @@ using Years = std::map<std::optional<int>, FilesAndBytes>;
 struct LargeFile {
   std::string path;
   std::uint64_t bytes = 0;
-  QVRSysDate modified;  ///< invalid where it is not known
+  QVRSysDate modified;               ///< invalid where it is not known
+  std::optional<Checksum> checksum;  ///< of its content, if that was read
 };
 
 struct Unreadable {
@@ -38,6 +41,8 @@ struct Unreadable {
   std::string error;  ///< the exception's class
   std::string what;
   std::string where;
+
+  auto operator<=>(const Unreadable&) const = default;
 };
 
 /// Paths are texts with forward slashes.
@@ -46,15 +51,24 @@ struct Catalogue {
   Years byYear;
   /// At most ten; the largest first, equal ones in the byte order of their paths.
   std::vector<LargeFile> largest;
-  /// In the order of the walk until sortUnreadable() puts them in the byte order
-  /// of their paths.
+  /// In no order until sortUnreadable() puts them in the byte order of their paths.
   std::vector<Unreadable> unreadable;
+  /// Of the contents of all files that could be read, one after the other in the byte order of
+  /// their paths; nothing if they were not all asked for, or not all reached.
+  std::optional<Checksum> checksum;
+  bool isInterrupted = false;
   double elapsedSeconds = 0;
 
   /// Adds what was read of a regular file; totals.regularFiles is not touched.
-  void addFile(const std::string& path, std::uint64_t bytes, const QVRSysDate& modified);
+  void addFile(LargeFile file);
 
   void addUnreadable(const std::string& path, const std::exception& failure);
+
+  /// Whether the file is among the largest of those so far.
+  bool isLarge(const LargeFile& file) const;
+
+  /// Adds what has been found elsewhere in the tree; in what order is of no consequence.
+  void add(Catalogue other);
 
   void sortUnreadable();
 };

@@ -1,35 +1,39 @@
 // The checksum of contents.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
+
+#include "CataloguePlugin.h"
 
 namespace catalogue {
 
-/// The CRC-32 of a run of bytes as zlib, gzip and PNG have it: cbf43926 for "123456789".
-///
-/// Knows the length of the run, so that the checksums of parts, taken in any order and on any
-/// threads, make that of the whole.
+/// The checksum of a run of bytes, as a plug-in computes it.
 class Checksum {
  public:
-  /// Of no bytes.
-  Checksum() = default;
+  /// Of no bytes. @param method outlives this.
+  explicit Checksum(const CatalogueChecksum& method);
 
   void add(std::string_view bytes);
 
-  /// Costs the logarithm of their number.
+  /// Whether zeros cost less than being read.
+  bool hasQuickZeros() const { return method_->addZeros != nullptr; }
+  /// Only where they are quick.
   void addZeros(std::uint64_t count);
 
-  /// Adds the bytes that the other has been given. Costs the logarithm of their number.
+  /// Adds the bytes that the other, of the same method, has been given. Only where the method
+  /// combines checksums.
   void append(const Checksum& next);
 
-  /// Eight hexadecimal digits.
+  /// Two hexadecimal digits for each byte.
   std::string toString() const;
 
  private:
-  std::uint32_t value_ = 0;
-  std::uint64_t bytes_ = 0;
+  const CatalogueChecksum* method_;
+  std::vector<std::byte> state_;
 };
 
 }  // namespace catalogue

@@ -35,6 +35,13 @@ void writeRecord(std::initializer_list<std::string> fields, std::ostream& out) {
   out << std::string(kColumns - fields.size(), ',') << '\n';
 }
 
+void writeMachine(const Machine& machine, std::ostream& out) {
+  writeRecord({"system", "host", machine.host}, out);
+  writeRecord({"system", "user", machine.user}, out);
+  writeRecord({"system", "processors", std::to_string(machine.processors)}, out);
+  writeRecord({"system", "release", machine.release}, out);
+}
+
 void writeTotals(const Totals& totals, std::ostream& out) {
   writeRecord({"total", "directories", std::to_string(totals.directories)}, out);
   writeRecord({"total", "regularFiles", std::to_string(totals.regularFiles)}, out);
@@ -51,7 +58,8 @@ void writeYears(const Years& years, std::ostream& out) {
 
 void writeLargest(const std::vector<LargeFile>& files, std::ostream& out) {
   for (const LargeFile& file : files) {
-    writeRecord({"largest", file.path, "", std::to_string(file.bytes), isoDate(file.modified)},
+    writeRecord({"largest", file.path, digitsOf(file.checksum), std::to_string(file.bytes),
+                 isoDate(file.modified)},
                 out);
   }
 }
@@ -64,12 +72,18 @@ void writeUnreadable(const std::vector<Unreadable>& entries, std::ostream& out) 
 
 }  // namespace
 
-void writeCsv(const Catalogue& catalogue, std::ostream& out) {
+void writeCsv(const Machine& machine, const Catalogue& catalogue, const Options& options,
+              std::ostream& out) {
   out << kHeader;
+  writeMachine(machine, out);
   writeTotals(catalogue.totals, out);
+  if (options.checksum) {
+    writeRecord({"checksum", options.checksum->name, digitsOf(catalogue.checksum)}, out);
+  }
   writeYears(catalogue.byYear, out);
   writeLargest(catalogue.largest, out);
   writeUnreadable(catalogue.unreadable, out);
+  if (catalogue.isInterrupted) writeRecord({"interrupted"}, out);
   writeRecord({"elapsed", "seconds", std::to_string(catalogue.elapsedSeconds)}, out);
 }
 

@@ -20,6 +20,15 @@ void writeArray(const char* name, const Range& range, std::ostream& out, WriteIt
   out << (range.empty() ? "" : "\n  ") << "],\n";
 }
 
+void writeMachine(const Machine& machine, std::ostream& out) {
+  out << "  \"system\": {\n"
+      << "    \"host\": " << quoteJson(machine.host) << ",\n"
+      << "    \"user\": " << quoteJson(machine.user) << ",\n"
+      << "    \"processors\": " << machine.processors << ",\n"
+      << "    \"release\": " << quoteJson(machine.release) << "\n"
+      << "  },\n";
+}
+
 void writeTotals(const Totals& totals, std::ostream& out) {
   out << "  \"totals\": {\n"
       << "    \"directories\": " << totals.directories << ",\n"
@@ -37,11 +46,21 @@ void writeYears(const Years& years, std::ostream& out) {
   });
 }
 
-void writeLargest(const std::vector<LargeFile>& files, std::ostream& out) {
-  writeArray("largest", files, out, [&out](const LargeFile& file) {
-    const std::string date = isoDate(file.modified);
+std::string quotedOrNull(const std::string& text) {
+  return text.empty() ? "null" : quoteJson(text);
+}
+
+std::string memberFor(const CatalogueChecksum& method, const std::optional<Checksum>& checksum) {
+  return quoteJson(method.name) + ": " + quotedOrNull(digitsOf(checksum));
+}
+
+void writeLargest(const std::vector<LargeFile>& files, const CatalogueChecksum* checksum,
+                  std::ostream& out) {
+  writeArray("largest", files, out, [checksum, &out](const LargeFile& file) {
     out << "{\"path\": " << quoteJson(file.path) << ", \"bytes\": " << file.bytes
-        << ", \"date\": " << (date.empty() ? "null" : quoteJson(date)) << '}';
+        << ", \"date\": " << quotedOrNull(isoDate(file.modified));
+    if (checksum) out << ", " << memberFor(*checksum, file.checksum);
+    out << '}';
   });
 }
 
@@ -55,12 +74,18 @@ void writeUnreadable(const std::vector<Unreadable>& entries, std::ostream& out) 
 
 }  // namespace
 
-void writeJson(const Catalogue& catalogue, std::ostream& out) {
+void writeJson(const Machine& machine, const Catalogue& catalogue, const Options& options,
+               std::ostream& out) {
   out << "{\n";
+  writeMachine(machine, out);
   writeTotals(catalogue.totals, out);
+  if (options.checksum) {
+    out << "  " << memberFor(*options.checksum, catalogue.checksum) << ",\n";
+  }
   writeYears(catalogue.byYear, out);
-  writeLargest(catalogue.largest, out);
+  writeLargest(catalogue.largest, options.checksum, out);
   writeUnreadable(catalogue.unreadable, out);
+  if (catalogue.isInterrupted) out << "  \"interrupted\": true,\n";
   out << "  \"elapsedSeconds\": " << std::to_string(catalogue.elapsedSeconds) << "\n}\n";
 }
 

@@ -1,4 +1,7 @@
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -19,7 +22,23 @@ constexpr unsigned kBytesWidth = 20;
 
 QVRMessage row(const wchar16* format, int line) { return {format, kSource, line}; }
 
-void writeTotal(const wchar16* label, std::uint64_t value, std::ostream& out) {
+// As with paths below, the value comes apart from the message.
+void writeFact(const wchar16* label, const std::string& value, std::ostream& out) {
+  QVRMessage message = row(u"%1", __LINE__);
+  message << QVRSetWidth(kLabelWidth) << QVRSetAlignment(QVRMsgBase::AlignLeft) << label;
+  out << message << printable(value) << '\n';
+}
+
+void writeMachine(const Machine& machine, std::ostream& out) {
+  writeFact(u"host", machine.host, out);
+  writeFact(u"user", machine.user, out);
+  writeFact(u"processors", std::to_string(machine.processors), out);
+  writeFact(u"system", "release " + machine.release, out);
+  out << '\n';
+}
+
+template <class Label, class Value>
+void writeTotal(const Label& label, const Value& value, std::ostream& out) {
   QVRMessage message = row(u"%1%2\n", __LINE__);
   message << QVRSetWidth(kLabelWidth) << QVRSetAlignment(QVRMsgBase::AlignLeft) << label
           << QVRSetWidth(kBytesWidth) << value;
@@ -51,23 +70,43 @@ void writeYears(const Years& years, std::ostream& out) {
   }
 }
 
+std::string orUnknown(const std::string& text) { return text.empty() ? "unknown" : text; }
+
+/// The column of checksums.
+struct Column {
+  std::string title;
+  unsigned width;
+};
+
+std::optional<Column> columnFor(const CatalogueChecksum* checksum) {
+  if (!checksum) return std::nullopt;
+  const std::string title = printableInLocale(checksum->name);
+  const std::size_t digits = 2 * checksum->digestSize;
+  return Column{title,
+                static_cast<unsigned>(std::max({title.size(), digits, orUnknown("").size()}))};
+}
+
 // The path comes apart from the message, since no locale need be able to read it.
 template <class Bytes>
-void writeFile(const Bytes& bytes, const std::string& date, const std::string& path,
-               std::ostream& out) {
-  QVRMessage message = row(u"%1  %2  ", __LINE__);
-  message << QVRSetWidth(kBytesWidth) << bytes << QVRSetWidth(kDateWidth)
-          << QVRSetAlignment(QVRMsgBase::AlignLeft) << date;
+void writeFile(const Bytes& bytes, const std::string& date, const std::optional<Column>& column,
+               const std::string& checksum, const std::string& path, std::ostream& out) {
+  QVRMessage message = row(column ? u"%1  %2  %3  " : u"%1  %2  ", __LINE__);
+  message << QVRSetWidth(kBytesWidth) << bytes << QVRSetAlignment(QVRMsgBase::AlignLeft)
+          << QVRSetWidth(kDateWidth) << date;
+  if (column) {
+    message << QVRSetAlignment(QVRMsgBase::AlignLeft) << QVRSetWidth(column->width) << checksum;
+  }
   out << message << path << '\n';
 }
 
-void writeLargest(const std::vector<LargeFile>& files, std::ostream& out) {
+void writeLargest(const std::vector<LargeFile>& files, const std::optional<Column>& column,
+                  std::ostream& out) {
   if (files.empty()) return;
   out << '\n';
-  writeFile(u"bytes", "date", "largest files", out);
+  writeFile(u"bytes", "date", column, column ? column->title : "", "largest files", out);
   for (const LargeFile& file : files) {
-    const std::string date = isoDate(file.modified);
-    writeFile(file.bytes, date.empty() ? "unknown" : date, printable(file.path), out);
+    writeFile(file.bytes, orUnknown(isoDate(file.modified)), column,
+              orUnknown(digitsOf(file.checksum)), printable(file.path), out);
   }
 }
 
@@ -83,12 +122,17 @@ void writeUnreadable(const std::vector<Unreadable>& entries, std::ostream& out) 
 
 }  // namespace
 
-void writeText(const Catalogue& catalogue, std::ostream& out) {
+void writeText(const Machine& machine, const Catalogue& catalogue, const Options& options,
+               std::ostream& out) {
+  writeMachine(machine, out);
   writeTotals(catalogue.totals, out);
+  const std::optional<Column> column = columnFor(options.checksum);
+  if (column) writeTotal(column->title, orUnknown(digitsOf(catalogue.checksum)), out);
   writeYears(catalogue.byYear, out);
-  writeLargest(catalogue.largest, out);
+  writeLargest(catalogue.largest, column, out);
   writeUnreadable(catalogue.unreadable, out);
 
+  if (catalogue.isInterrupted) out << "\ninterrupted: this is what was found up to then\n";
   QVRMessage elapsed = row(u"\nelapsed: %1 s\n", __LINE__);
   elapsed << std::to_string(catalogue.elapsedSeconds);
   out << elapsed;

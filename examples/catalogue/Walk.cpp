@@ -4,22 +4,29 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <span>
+#include <string>
 #include <system_error>
 #include <utility>
 #include <vector>
 
+#include "Crew.h"
+#include "Directory.h"
 #include "DirectoryListing.h"
+#include "FileContent.h"
+#include "Interruption.h"
+#include "Options.h"
 #include "Progress.h"
-#include "QVREAccessDenied.h"
-#include "QVREIOError.h"
 #include "QVREInvalidName.h"
 #include "QVROSDirectory.h"
 #include "QVROSDirectoryIterator.h"
 #include "QVROSPath.h"
 #include "QVRStopwatch.h"
+#include "QVRSysFastMutexLock.h"
+#include "QVRThreadAnnotations.h"
 #include "QVRTraceCall.h"
 #include "QVRTraceLog.h"
-#include "QVRTypes.h"
+#include "SystemFailure.h"
 
 namespace catalogue {
 namespace {
@@ -42,113 +49,22 @@ QVRSysDate dateOf(fs::file_time_type time) {
   return date;
 }
 
-class Walk {
- public:
-  Walk(const std::string& directory, Progress& progress)
-      : directory_(directory), progress_(progress) {}
-
-  Catalogue run();
-
- private:
-  struct Level {
-    std::string prefix;  // of the texts of its entries
-    DirectoryListing listing;
-  };
-
-  void walkTree();
-  void visit(QVROSDirectoryIterator& entry);
-  void leaveLevels(const std::string& text);
-  void descend(QVROSDirectoryIterator& entry, const QVROSPath& directory);
-  void openLevel(const QVROSPath& directory, DirectoryListing listing);
-  void count(Kind kind);
-  void readFile(const std::string& path);
-  void addUnreadable(const std::string& path, const wchar16* text, const std::error_code& failure);
-  void addUnnameable(const std::string& path);
-
-  const std::string directory_;
-  Progress& progress_;
-  Catalogue catalogue_;
-  std::vector<Level> levels_;  // the root's first
-};
-
-Catalogue Walk::run() {
-  QVRStopwatch watch;
-  watch.start();
-  count(Kind::Directory);
-  if (isNameable(directory_)) {
-    walkTree();
-  } else {
-    addUnnameable(directory_);
-  }
-  catalogue_.sortUnreadable();
-  watch.stop();
-  catalogue_.elapsedSeconds = watch.read();
-  return std::move(catalogue_);
+std::uint64_t readSize(const fs::path& file) {
+  std::error_code failure;
+  const std::uintmax_t bytes = fs::file_size(file, failure);
+  if (!failure) return bytes;
+  throwSystemFailure(u"Cannot read the size of the file: %1", failure, kSource, __LINE__);
 }
 
-void Walk::walkTree() {
-  const QVROSPath root(directory_);
-  try {
-    const QVROSDirectoryIterator end = QVROSDirectory(root).end();
-    DirectoryListing listing(root.getUNIXPath());
-    QVROSDirectoryIterator entry(root, QVROSDirectoryIterator::RECURSIVE);
-    openLevel(root, std::move(listing));
-    while (entry != end) visit(entry);
-  } catch (const QVRException& failure) {
-    catalogue_.addUnreadable(root.getUNIXPath(), failure);
-  }
+QVRSysDate readDate(const fs::path& file) {
+  std::error_code failure;
+  const fs::file_time_type time = fs::last_write_time(file, failure);
+  if (!failure) return dateOf(time);
+  if (failure == std::errc::value_too_large) return {};
+  throwSystemFailure(u"Cannot read the time of the file: %1", failure, kSource, __LINE__);
 }
 
-void Walk::visit(QVROSDirectoryIterator& entry) {
-  const QVROSPath path = *entry;
-  const std::string text = path.getPath();
-  leaveLevels(text);
-  Level& level = levels_.back();
-  // Nothing: "." and "..", names that no path can name, which openLevel() has
-  // dealt with, and what has come into being since.
-  const std::optional<Kind> kind = level.listing.take(text.substr(level.prefix.size()));
-  if (kind) count(*kind);
-  // Reading what is unknown tells why.
-  if (kind == Kind::RegularFile || kind == Kind::Unknown) readFile(path.getUNIXPath());
-  if (kind == Kind::Directory) {
-    descend(entry, path);
-  } else {
-    entry.skip();
-  }
-}
-
-void Walk::leaveLevels(const std::string& text) {
-  while (levels_.size() > 1 && !text.starts_with(levels_.back().prefix)) levels_.pop_back();
-}
-
-void Walk::descend(QVROSDirectoryIterator& entry, const QVROSPath& directory) {
-  // Before it is entered: the last descriptor serves both, one after the other.
-  DirectoryListing listing(directory.getUNIXPath());
-  try {
-    entry++;
-  } catch (const QVRException& failure) {
-    catalogue_.addUnreadable(directory.getUNIXPath(), failure);
-    entry.skip();
-    return;
-  }
-  openLevel(directory, std::move(listing));
-}
-
-void Walk::openLevel(const QVROSPath& directory, DirectoryListing listing) {
-  QVROSPath withDelimiter = directory;
-  withDelimiter.appendPath("");
-  if (listing.failure()) {
-    addUnreadable(directory.getUNIXPath(), u"Cannot list the directory: %1", listing.failure());
-  }
-  for (const auto& [name, kind] : listing.unnameable()) {
-    count(kind);
-    addUnnameable(withDelimiter.getUNIXPath() + name);
-  }
-  levels_.push_back({withDelimiter.getPath(), std::move(listing)});
-}
-
-void Walk::count(Kind kind) {
-  Totals& totals = catalogue_.totals;
+void count(Kind kind, Totals& totals) {
   switch (kind) {
     case Kind::Directory:
       ++totals.directories;
@@ -161,44 +77,200 @@ void Walk::count(Kind kind) {
       ++totals.otherEntries;
       break;
   }
-  progress_.step();
 }
 
-void Walk::readFile(const std::string& path) {
-  const fs::path file(path);
-  std::error_code failure;
-  const std::uintmax_t bytes = fs::file_size(file, failure);
-  if (failure) return addUnreadable(path, u"Cannot read the size of the file: %1", failure);
-  const fs::file_time_type time = fs::last_write_time(file, failure);
-  if (failure == std::errc::value_too_large) return catalogue_.addFile(path, bytes, QVRSysDate());
-  if (failure) return addUnreadable(path, u"Cannot read the time of the file: %1", failure);
-  catalogue_.addFile(path, bytes, dateOf(time));
-}
-
-void Walk::addUnreadable(const std::string& path, const wchar16* text,
-                         const std::error_code& failure) {
-  if (failure == std::errc::permission_denied) {
-    QVREAccessDenied denied(text, kSource, __LINE__);
-    denied << failure.message();
-    catalogue_.addUnreadable(path, denied);
-  } else {
-    QVREIOError error(text, kSource, __LINE__);
-    error << failure.message();
-    catalogue_.addUnreadable(path, error);
-  }
-}
-
-void Walk::addUnnameable(const std::string& path) {
-  catalogue_.addUnreadable(
+void addUnnameable(const std::string& path, Catalogue& found) {
+  found.addUnreadable(
       path, QVREInvalidName(u"A name with a backslash or a pair of percent signs is no path",
                             kSource, __LINE__));
 }
 
+/// Whether contents may be read in any order and put together.
+bool hasParts(const CatalogueChecksum& checksum) { return checksum.combine != nullptr; }
+
+/// One alone reads the tree in the order of the paths.
+int threadsFor(const Options& options) {
+  return options.checksum && !hasParts(*options.checksum) ? 1 : options.threads;
+}
+
+/// Workers read portions of the tree, each into a catalogue of its own, which then becomes part
+/// of that of the whole.
+class Walk {
+ public:
+  Walk(const Options& options, Progress& progress, const Interruption& interruption)
+      : options_(options), progress_(progress), interruption_(interruption) {
+    if (options.checksum) total_.emplace(*options.checksum);
+  }
+
+  Catalogue run();
+
+ private:
+  void readRoot();
+  void readPortion(const Portion& portion);
+  void readDirectory(const std::string& path, QVRCountedPointer<Directory> parent,
+                     std::optional<Checksum>& total, Catalogue& found);
+  void takeEntry(std::string name, DirectoryListing& listing, std::vector<Entry>& entries,
+                 Catalogue& found);
+  void readFile(const std::string& path, std::optional<Checksum>& part, Catalogue& found);
+  void readPart(LargeFile& file, std::optional<Checksum>& part, Catalogue& found);
+  void readNext(LargeFile& file, Catalogue& found);
+  bool readContent(const LargeFile& file, std::span<Checksum* const> checksums, Catalogue& found);
+  bool isLarge(const LargeFile& file);
+  void add(Catalogue found);
+
+  const Options& options_;
+  Progress& progress_;
+  const Interruption& interruption_;
+  std::optional<Checksum> total_;  // the crew's until it has done
+  QVRSysFastMutexLock lock_;
+  Catalogue catalogue_ QVR_GUARDED_BY(lock_);
+  Crew crew_{threadsFor(options_), [this](const Portion& portion) { readPortion(portion); },
+             interruption_};
+};
+
+Catalogue Walk::run() {
+  readRoot();
+  crew_.wait();
+  const QVRSysFastMutexLock::LockGuard guard(lock_);
+  catalogue_.sortUnreadable();
+  catalogue_.isInterrupted = interruption_.isRequested();
+  if (options_.checksum && !catalogue_.isInterrupted) catalogue_.checksum = std::move(total_);
+  return std::move(catalogue_);
+}
+
+void Walk::readRoot() {
+  Catalogue found;
+  count(Kind::Directory, found.totals);
+  if (isNameable(options_.directory)) {
+    const std::string path = QVROSPath(options_.directory).getUNIXPath();
+    try {
+      readDirectory(path, nullptr, total_, found);
+    } catch (const QVRException& failure) {
+      found.addUnreadable(path, failure);
+    }
+  } else {
+    addUnnameable(options_.directory, found);
+  }
+  add(std::move(found));
+}
+
+void Walk::readPortion(const Portion& portion) {
+  Catalogue found;
+  for (Entry& entry : portion.entries) {
+    if (interruption_.isRequested()) break;
+    const std::string path = portion.directory->pathOf(entry);
+    try {
+      if (entry.isDirectory()) {
+        readDirectory(path, portion.directory, entry.checksum, found);
+      } else {
+        readFile(path, entry.checksum, found);
+      }
+    } catch (const QVRException& failure) {
+      found.addUnreadable(path, failure);
+    }
+  }
+  add(std::move(found));
+}
+
+void Walk::readDirectory(const std::string& path, QVRCountedPointer<Directory> parent,
+                         std::optional<Checksum>& total, Catalogue& found) {
+  const QVROSPath directory(path);
+  QVROSPath withDelimiter = directory;
+  withDelimiter.appendPath("");
+  const std::string prefix = withDelimiter.getUNIXPath();
+
+  DirectoryListing listing(path);
+  QVROSDirectoryIterator entry = QVROSDirectory(directory).begin();
+  for (const auto& [name, kind] : listing.unnameable()) {
+    count(kind, found.totals);
+    addUnnameable(prefix + name, found);
+  }
+  std::vector<Entry> entries;
+  do {
+    takeEntry(entry.getCurrentFile().getPath().substr(prefix.size()), listing, entries, found);
+  } while (entry++ && !interruption_.isRequested());
+  crew_.add(new Directory(prefix, std::move(entries), std::move(parent), total));
+  if (!listing.failure()) return;
+  throwSystemFailure(u"Cannot list the directory: %1", listing.failure(), kSource, __LINE__);
+}
+
+/// Keeps an entry that is there to be read; others are only counted.
+void Walk::takeEntry(std::string name, DirectoryListing& listing, std::vector<Entry>& entries,
+                     Catalogue& found) {
+  // Nothing: "." and "..", names that no path can name, which have been dealt with, and what
+  // has come into being since.
+  const std::optional<Kind> kind = listing.take(name);
+  if (!kind) return;
+  count(*kind, found.totals);
+  if (*kind == Kind::Other) return;
+  if (*kind == Kind::Directory) name += '/';
+  entries.push_back({std::move(name), {}});
+}
+
+void Walk::readFile(const std::string& path, std::optional<Checksum>& part, Catalogue& found) {
+  LargeFile file{path, readSize(path), readDate(path), std::nullopt};
+  if (options_.checksum) {
+    hasParts(*options_.checksum) ? readPart(file, part, found) : readNext(file, found);
+  }
+  found.addFile(std::move(file));
+}
+
+void Walk::readPart(LargeFile& file, std::optional<Checksum>& part, Catalogue& found) {
+  Checksum checksum(*options_.checksum);
+  Checksum* const own[] = {&checksum};
+  if (readContent(file, own, found)) part = file.checksum = std::move(checksum);
+}
+
+/// Reads the content behind that of all before, and for a checksum of its own, too, where
+/// reports may need that.
+void Walk::readNext(LargeFile& file, Catalogue& found) {
+  Checksum total = *total_;
+  Checksum checksum(*options_.checksum);
+  Checksum* const both[] = {&total, &checksum};
+  const bool large = isLarge(file);
+  if (!readContent(file, std::span(both).first(large ? 2 : 1), found)) return;
+  total_ = std::move(total);
+  if (large) file.checksum = std::move(checksum);
+}
+
+/// @return whether all of it has been added.
+bool Walk::readContent(const LargeFile& file, std::span<Checksum* const> checksums,
+                       Catalogue& found) {
+  if (file.bytes == 0) return true;
+  const auto pieceDone = [this](std::uint64_t bytes) {
+    progress_.addBytes(bytes);
+    return !interruption_.isRequested();
+  };
+  try {
+    addContent(file.path, file.bytes, checksums, pieceDone);
+    return !interruption_.isRequested();
+  } catch (const QVRException& failure) {
+    found.addUnreadable(file.path, failure);
+    return false;
+  }
+}
+
+bool Walk::isLarge(const LargeFile& file) {
+  const QVRSysFastMutexLock::LockGuard guard(lock_);
+  return catalogue_.isLarge(file);
+}
+
+void Walk::add(Catalogue found) {
+  const Totals& totals = found.totals;
+  progress_.addEntries(totals.directories + totals.regularFiles + totals.otherEntries);
+  const QVRSysFastMutexLock::LockGuard guard(lock_);
+  catalogue_.add(std::move(found));
+}
+
 }  // namespace
 
-Catalogue walk(const std::string& directory, Progress& progress) {
+Catalogue walk(const Options& options, Progress& progress, const Interruption& interruption) {
   const QVRTraceCall trace(QVRSystemTrace, "catalogue: walk");
-  return Walk(directory, progress).run();
+  QVRStopwatch watch;
+  watch.start();
+  Catalogue catalogue = Walk(options, progress, interruption).run();
+  catalogue.elapsedSeconds = watch.read();
+  return catalogue;
 }
 
 }  // namespace catalogue

@@ -1,16 +1,17 @@
 // The walk over a directory tree.
 #pragma once
 
-#include <string>
-
 #include "Catalogue.h"
 
 namespace catalogue {
 
+class Interruption;
 class Progress;
+struct Options;
 
-/// Catalogues the tree of a directory that is there. Links within it are not
-/// followed; `directory` itself may be one.
-Catalogue walk(const std::string& directory, Progress& progress);
+/// Catalogues the tree of the options' directory, which is there, up to the interruption. Links
+/// within it are not followed; the directory itself may be one. The number of threads changes
+/// nothing but the time that it takes.
+Catalogue walk(const Options& options, Progress& progress, const Interruption& interruption);
 
 }  // namespace catalogue

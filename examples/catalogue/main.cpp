@@ -1,8 +1,10 @@
 // Catalogues a directory tree. --help says how it is used.
 #include <sys/resource.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <clocale>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -13,6 +15,8 @@
 #include <vector>
 
 #include "Catalogue.h"
+#include "Interruption.h"
+#include "Machine.h"
 #include "Options.h"
 #include "Progress.h"
 #include "QVREWriteFault.h"
@@ -27,7 +31,13 @@ using namespace catalogue;
 
 constexpr char kSource[] = "examples/catalogue/main";
 
-enum ExitStatus { kAllRead = 0, kSomeUnreadable = 1, kWrongUse = 2, kFailed = 3 };
+enum ExitStatus {
+  kAllRead = 0,
+  kSomeUnreadable = 1,
+  kWrongUse = 2,
+  kFailed = 3,
+  kInterrupted = 130
+};
 
 /// Without TZ, the C library asks for the status of this file at every conversion
 /// of a time.
@@ -36,14 +46,22 @@ void keepTimeZone() {
   setenv("TZ", ":/etc/localtime", kKeepOther);
 }
 
-/// A walk holds one directory open per level.
-void raiseDescriptorLimit() {
+/// Raises the soft limit of open descriptors to the hard one. Where that is refused, the old one
+/// has to do.
+/// @return the limit.
+std::uint64_t raiseDescriptorLimit() {
   rlimit limit{};
-  if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
-  limit.rlim_cur = limit.rlim_max;
-  // Where this is refused, the walk meets the old limit and reports what it
-  // could not open.
-  setrlimit(RLIMIT_NOFILE, &limit);
+  if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return 0;
+  const rlimit raised{limit.rlim_max, limit.rlim_max};
+  return setrlimit(RLIMIT_NOFILE, &raised) == 0 ? raised.rlim_cur : limit.rlim_cur;
+}
+
+/// As many threads as there are descriptors for: each has one file or directory open at a time.
+int affordableThreads(int wanted) {
+  constexpr std::uint64_t kOtherDescriptors = 6;
+  const std::uint64_t limit = raiseDescriptorLimit();
+  const std::uint64_t left = limit - std::min(limit, kOtherDescriptors);
+  return static_cast<int>(std::clamp<std::uint64_t>(left, 1, static_cast<std::uint64_t>(wanted)));
 }
 
 /// Writes all at once: nothing comes out before all is known.
@@ -58,9 +76,15 @@ void print(const std::string& text) {
   throw fault;
 }
 
-Catalogue catalogueTree(const std::string& directory) {
+Catalogue catalogueTree(const Options& options) {
+  const Interruption interruption;
   Progress progress;
-  return walk(directory, progress);
+  return walk(options, progress, interruption);
+}
+
+ExitStatus statusFor(const Catalogue& catalogue) {
+  if (catalogue.isInterrupted) return kInterrupted;
+  return catalogue.unreadable.empty() ? kAllRead : kSomeUnreadable;
 }
 
 ExitStatus report(const Options& options) {
@@ -70,10 +94,10 @@ ExitStatus report(const Options& options) {
     print(out.str());
     return kAllRead;
   }
-  const Catalogue catalogue = catalogueTree(options.directory);
-  writeReport(catalogue, options.format, out);
+  const Catalogue catalogue = catalogueTree(options);
+  writeReport(thisMachine(), catalogue, options, out);
   print(out.str());
-  return catalogue.unreadable.empty() ? kAllRead : kSomeUnreadable;
+  return statusFor(catalogue);
 }
 
 ExitStatus fail(const std::exception& failure, ExitStatus status) {
@@ -88,6 +112,7 @@ ExitStatus run(const std::vector<std::string>& arguments) {
   } catch (const QVRException& wrongUse) {
     return fail(wrongUse, kWrongUse);
   }
+  options.threads = affordableThreads(options.threads);
   return report(options);
 }
 
@@ -97,7 +122,6 @@ int main(int argc, char** argv) {
   // Arguments and messages are in the user's encoding.
   std::setlocale(LC_CTYPE, "");
   keepTimeZone();
-  raiseDescriptorLimit();
   try {
     const QVRTraceCall trace(QVRSystemTrace, "catalogue");
     return run({argv + (argc > 0 ? 1 : 0), argv + argc});

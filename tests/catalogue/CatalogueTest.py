@@ -10,15 +10,19 @@ import io
 import json
 import os
 import pty
+import random
 import re
 import resource
 import shutil
+import signal
 import socket
 import subprocess
 import sys
 import tempfile
+import termios
 import threading
 import unittest
+import zlib
 
 PROGRAM = None  # set by main()
 
@@ -33,6 +37,10 @@ NOBODY = 65534
 PATH_MAX = 4096  # with the zero at the end
 
 
+def is_sanitized():
+    return b"san.so" in subprocess.run(["ldd", PROGRAM], capture_output=True, check=True).stdout
+
+
 def run(*arguments, env=None, program=None, **options):
     return subprocess.run(
         [program or PROGRAM, *arguments],
@@ -41,6 +49,18 @@ def run(*arguments, env=None, program=None, **options):
         timeout=300,
         **options,
     )
+
+
+def all_shown_on(terminal):
+    """What is still to be read from a terminal until its other side is closed."""
+    shown = b""
+    try:
+        while part := os.read(terminal, 10**6):
+            shown += part
+    except OSError:
+        pass  # so ends what a terminal shows
+    os.close(terminal)
+    return shown
 
 
 class Entry(collections.namedtuple("Entry", "path kind bytes year")):
@@ -119,6 +139,15 @@ class CatalogueTest(unittest.TestCase):
             os.utime(self.place(name), (time, time))
         return self.place(name)
 
+    def make_much_to_read(self, times):
+        """One content under so many names. @return the content."""
+        content = random.Random(times).randbytes(20_000_000)
+        with open(self.make_file(b"tree/0"), "wb") as file:
+            file.write(content)
+        for number in range(1, times):
+            os.link(self.place(b"tree/0"), self.place(b"tree/%d" % number))
+        return content
+
     def catalogue(self, directory, status=0, **options):
         """The parsed JSON, of a run that must end with this status."""
         result = run("--format=json", directory, **options)
@@ -193,7 +222,7 @@ class Counts(CatalogueTest):
     def test_empty_directory_is_one_directory(self):
         catalogue = self.catalogue(self.tree)
 
-        del catalogue["elapsedSeconds"]
+        del catalogue["elapsedSeconds"], catalogue["system"]
         totals = {"directories": 1, "regularFiles": 0, "otherEntries": 0, "bytes": 0}
         self.assertEqual(
             catalogue, {"totals": totals, "byYear": [], "largest": [], "unreadable": []}
@@ -322,11 +351,12 @@ class Reading(CatalogueTest):
             self.asNobody = {"user": NOBODY, "group": NOBODY, "extra_groups": []}
 
     def stage(self):
-        """The program and its libraries, where anybody can run them."""
+        """The program, its libraries and plug-ins, where anybody can run them."""
         stage = self.make_directory(b"stage").decode()
         loaded = subprocess.run(["ldd", PROGRAM], capture_output=True, text=True, check=True).stdout
         for library in re.findall(r"=> (\S+/lib(?:QVR|ZEL)\S+)", loaded):
             shutil.copy(library, stage)
+        shutil.copytree(os.path.join(os.path.dirname(PROGRAM), "plugins"), stage + "/plugins")
         return shutil.copy(PROGRAM, stage), {"LD_LIBRARY_PATH": stage}
 
     def catalogue_without_rights(self, directory, status):
@@ -370,6 +400,47 @@ class Reading(CatalogueTest):
             list(zip(paths, ["QVREOpenFailed", "QVREAccessDenied"])),
         )
         self.assertIn("Permission denied", catalogue["unreadable"][1]["what"])
+
+    def test_content_that_is_refused_is_listed_and_left_out_of_the_checksum(self):
+        for name in (b"a", b"closed", b"z"):
+            with open(self.make_file(b"tree/" + name), "wb") as file:
+                file.write(b"content of " + name)
+        os.chmod(self.make_file(b"tree/closed, but empty"), 0o000)
+        os.chmod(self.place(b"tree/closed"), 0o000)
+        self.make_file(b"tree/closed directory/file", 3)
+        os.chmod(self.place(b"tree/closed directory"), 0o000)
+        program, libraries = self.stage()
+        for name, checksum_of in (("sha256", sha256sum), ("crc32", zlib_checksum)):
+            reports = set()
+            for threads in (1, 2, 8):
+                result = run(
+                    "--format=json",
+                    f"--checksum={name}",
+                    f"--threads={threads}",
+                    self.tree,
+                    program=program,
+                    env=libraries,
+                    cwd="/",
+                    **self.asNobody,
+                )
+                self.assertEqual((result.returncode, result.stderr), (1, b""))
+                reports.add(without_time(result.stdout))
+
+            self.assertEqual(len(reports), 1)
+            catalogue = json.loads(result.stdout)
+            self.assertEqual(catalogue[name], checksum_of(b"content of acontent of z"))
+            listed = {file["path"]: file[name] for file in catalogue["largest"]}
+            self.assertIsNone(listed[as_in_json(self.tree) + "/closed"])
+        self.assertEqual(
+            self.unreadable(catalogue),
+            list(
+                zip(
+                    self.below_tree(b"closed", b"closed directory"),
+                    ["QVREAccessDenied", "QVREOpenFailed"],
+                )
+            ),
+        )
+        self.assertIn("Permission denied", catalogue["unreadable"][0]["what"])
 
     def test_given_directory_without_permission_is_counted_and_listed(self):
         os.chmod(self.tree, 0o000)
@@ -440,24 +511,23 @@ class DeepTree(CatalogueTest):
             [(tooDeep + "/d", "QVREOpenFailed"), (tooDeep + "/f", "QVREIOError")],
         )
 
-    def test_every_directory_that_a_descriptor_was_left_for_is_counted_whole(self):
-        self.make_file(b"tree/" + b"d/" * 40 + b"f")
+    def test_a_few_descriptors_do_for_any_depth_and_any_number_of_threads(self):
         for level in range(40):
-            self.make_file(b"tree/" + b"d/" * level + b"f")
+            for number in range(20):
+                self.make_file(b"tree/" + b"d/" * level + b"%d/f" % number, 10)
         for limit in (8, 9, 20):
-            result = run(
-                "--format=json",
-                cwd=self.tree,
-                preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (limit, limit)),
-            )
+            for threads in (1, 64):
+                result = run(
+                    "--format=json",
+                    "--checksum",
+                    f"--threads={threads}",
+                    cwd=self.tree,
+                    preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (limit, limit)),
+                )
 
-            self.assertEqual((result.returncode, result.stderr), (1, b""))
-            catalogue = json.loads(result.stdout)
-            entered = catalogue["totals"]["directories"] - 1
-            self.assertGreater(entered, 1)
-            self.assertEqual(catalogue["totals"]["regularFiles"], entered)
-            closed = "." + "/d" * entered
-            self.assertEqual(self.unreadable(catalogue), [(closed, "QVREOpenFailed")])
+                self.assertEqual((result.returncode, result.stderr), (0, b""))
+                totals = json.loads(result.stdout)["totals"]
+                self.assertEqual((totals["directories"], totals["regularFiles"]), (840, 800))
 
 
 class Times(CatalogueTest):
@@ -550,7 +620,7 @@ class Formats(CatalogueTest):
     def test_json_numbers_are_numbers(self):
         catalogue = self.catalogue(self.tree, status=1)
 
-        members = ["totals", "byYear", "largest", "unreadable", "elapsedSeconds"]
+        members = ["system", "totals", "byYear", "largest", "unreadable", "elapsedSeconds"]
         self.assertEqual(list(catalogue), members)
         self.assertGreaterEqual(catalogue["elapsedSeconds"], 0)
         file = catalogue["largest"][0]
@@ -566,7 +636,12 @@ class Formats(CatalogueTest):
         text = result.stdout.decode("utf-8", "surrogateescape")
         header, *rows = csv.reader(io.StringIO(text, newline=""))
         self.assertEqual(",".join(header), "record,name,value,bytes,date,error,what,where")
-        expected = [["total", name, str(n)] + [""] * 5 for name, n in catalogue["totals"].items()]
+        facts = ("system", catalogue["system"]), ("total", catalogue["totals"])
+        expected = [
+            [record, name, str(value)] + [""] * 5
+            for record, values in facts
+            for name, value in values.items()
+        ]
         for item in catalogue["byYear"]:
             values = [str(item[key]) for key in ("year", "files", "bytes")]
             expected.append(["year", *values] + [""] * 4)
@@ -587,8 +662,14 @@ class Formats(CatalogueTest):
         self.assertEqual((result.returncode, result.stderr), (1, b""))
         self.assertNotIn(b"\x1b", result.stdout)
         lines = result.stdout.decode("utf-8", "surrogateescape").splitlines()
+        system = dict(line.split(maxsplit=1) for line in lines[:4])
+        release = "release " + catalogue["system"].pop("release")
+        self.assertEqual(
+            system,
+            {name: str(value) for name, value in catalogue["system"].items()} | {"system": release},
+        )
         labels = ["directories", "regular files", "other entries", "bytes"]
-        totals = [re.fullmatch(r"([a-z ]+?) +(\d+)", line).groups() for line in lines[:4]]
+        totals = [re.fullmatch(r"([a-z ]+?) +(\d+)", line).groups() for line in lines[5:9]]
         self.assertEqual(
             totals, list(zip(labels, (str(n) for n in catalogue["totals"].values())))
         )
@@ -624,6 +705,478 @@ class Formats(CatalogueTest):
             self.assertEqual(len(reports), 1)
 
 
+def without_time(report):
+    return re.sub(rb"elapsed.*", b"", report)
+
+
+def zlib_checksum(content):
+    return "%08x" % zlib.crc32(content)
+
+
+def sha256sum(content):
+    result = subprocess.run(["sha256sum"], input=content, capture_output=True, check=True)
+    return result.stdout[:64].decode()
+
+
+class Checksums:
+    """What holds whichever it is."""
+
+    def write(self, name, content):
+        with open(self.make_file(name), "wb") as file:
+            file.write(content)
+
+    def checksums(self, directory, *options, status=0, **others):
+        """That of all contents, and those of the largest files by their names in the tree."""
+        result = run("--format=json", f"--checksum={self.NAME}", *options, directory, **others)
+        self.assertEqual((result.returncode, result.stderr), (status, b""))
+        catalogue = json.loads(result.stdout)
+        begin = len(as_in_json(directory)) + 1
+        files = {file["path"][begin:]: file[self.NAME] for file in catalogue["largest"]}
+        return catalogue[self.NAME], files
+
+    def contents_in_order(self, directory):
+        """All contents, one after the other in the byte order of the paths."""
+        paths = sorted(entry.path for entry in Entry.all_of(directory) if entry.kind == "f")
+        for path in paths:
+            with open(path, "rb") as file:
+                yield file.read()
+
+    def test_every_checksum_is_as_others_say_it(self):
+        contents = {
+            "file of %d" % size: random.Random(size).randbytes(size)
+            for size in (1, 15, 16, 55, 64, 4096, 65535, 65536, 65537, 1_000_003)
+        }
+        for name, content in contents.items():
+            self.write(b"tree/" + name.encode(), content)
+
+        _, files = self.checksums(self.tree)
+
+        self.assertEqual(files, {name: self.checksum_of(c) for name, c in contents.items()})
+
+    def test_contents_count_in_the_byte_order_of_their_paths(self):
+        names = [b"a", b"a!", b"a-b", b"a0", b"b/a", b"b/a.x", b"b.x", b"b/a-/c", b"b0", b"\xff"]
+        for name in (*names, b"a /x", b"a./x", b"a1/x", b"a1 /x", b"caf\xe9/x", b"caf\xc3\xa9"):
+            self.write(b"tree/" + name, b"content of " + name)
+
+        whole, _ = self.checksums(self.tree)
+
+        self.assertEqual(whole, self.checksum_of(b"".join(self.contents_in_order(self.tree))))
+
+    def test_every_file_of_a_large_tree_counts(self):
+        for number in range(2000):
+            name = b"tree/%d/%d/%d" % (number % 7, number % 31, number)
+            self.write(name, b"%d" % number * (number % 50))
+
+        whole, _ = self.checksums(self.tree)
+
+        self.assertEqual(whole, self.checksum_of(b"".join(self.contents_in_order(self.tree))))
+
+    def test_no_file_has_the_checksum_of_no_bytes(self):
+        none = self.checksum_of(b"")
+
+        self.assertEqual(self.checksums(self.tree), (none, {}))
+        self.make_file(b"tree/empty")
+        self.assertEqual(self.checksums(self.tree), (none, {"empty": none}))
+
+    def test_only_regular_files_are_read(self):
+        self.make_tree_of_every_kind()
+        expected = self.checksum_of(b"".join(self.contents_in_order(self.tree)))
+
+        # A pipe that was opened to be read would have it wait.
+        whole, _ = self.checksums(self.tree)
+
+        self.assertEqual(whole, expected)
+
+    def test_holes_are_zeros(self):
+        content = bytearray(2**20)
+        name = self.make_file(b"tree/sparse", len(content))
+        with open(name, "r+b") as file:
+            for at in (0, 70_000, 300_000, 700_001):
+                content[at : at + 6] = b"island"
+                file.seek(at)
+                file.write(b"island")
+
+        self.assertEqual(self.checksums(self.tree)[0], self.checksum_of(content))
+
+    def test_files_that_tell_no_size_are_not_read(self):
+        """The system makes some up that never end, or have their readers wait."""
+        made_up = b"/proc/sys/kernel/random"
+        if not os.path.isdir(made_up):
+            self.skipTest("no files that the system makes up")
+
+        whole, _ = self.checksums(made_up)
+
+        self.assertEqual(whole, self.checksum_of(b""))
+
+    def test_csv_and_text_have_the_checksums_too(self):
+        self.write(b"tree/file", b"123456789")
+        self.write(b"tree/longer file", b"123456789" * 2)
+        whole, files = self.checksums(self.tree)
+
+        table = run("--format=csv", f"--checksum={self.NAME}", self.tree).stdout.decode()
+        text = run(f"--checksum={self.NAME}", self.tree).stdout.decode()
+
+        rows = list(csv.reader(io.StringIO(table)))
+        self.assertIn(["checksum", self.NAME, whole] + [""] * 5, rows)
+        listed = {row[1].split("/tree/")[1]: row[2] for row in rows if row[0] == "largest"}
+        self.assertEqual(listed, files)
+        self.assertRegex(text, f"(?m)^{self.NAME} +{whole}$")
+        for name, checksum in files.items():
+            self.assertRegex(text, f"(?m)^ +\\d+  \\d{{4}}-\\d\\d-\\d\\d  {checksum}  .*/{name}$")
+
+    def test_files_that_change_meanwhile_are_got_through(self):
+        stop = threading.Event()
+
+        def churn():
+            name = self.place(b"tree/changing")
+            while not stop.is_set():
+                with open(name, "wb") as file:
+                    file.write(b"x" * 200_000)
+                with open(name, "r+b") as file:
+                    file.truncate(10)
+                    file.truncate(self.GROWN)
+                os.unlink(name)
+                os.mkfifo(name)
+                os.unlink(name)
+                os.symlink(b"/dev/zero", name)
+                os.unlink(name)
+
+        churning = threading.Thread(target=churn)
+        churning.start()
+        try:
+            for _ in range(50):
+                result = run("--format=json", f"--checksum={self.NAME}", self.tree)
+                self.assertIn(result.returncode, (0, 1), result)
+                catalogue = json.loads(result.stdout)
+                self.assertEqual(result.returncode, int(bool(catalogue["unreadable"])))
+                self.assertIsNotNone(catalogue[self.NAME])
+        finally:
+            stop.set()
+            churning.join()
+
+
+class Crc32(Checksums, CatalogueTest):
+    NAME = "crc32"
+    checksum_of = staticmethod(zlib_checksum)
+    GROWN = 10**9
+
+    def test_check_value_is_that_of_the_standard(self):
+        self.write(b"tree/file", b"123456789")
+
+        self.assertEqual(self.checksums(self.tree), ("cbf43926", {"file": "cbf43926"}))
+
+    def test_it_is_taken_where_no_name_is_given(self):
+        self.write(b"tree/file", b"123456789")
+
+        catalogue = json.loads(run("--format=json", "--checksum", self.tree).stdout)
+
+        self.assertEqual(catalogue["crc32"], "cbf43926")
+
+    def test_holes_are_zeros_that_nobody_has_to_read(self):
+        size = 2**40
+        with open(self.make_file(b"tree/sparse", size), "r+b") as file:
+            file.write(b"begin")
+            file.seek(2**39 + 7)
+            file.write(b"middle")
+        # As in the program: zeros are so many squarings, not so many bytes.
+        expected = zlib.crc32(b"begin")
+        expected = crc_of_zeros_behind(expected, 2**39 + 7 - 5)
+        expected = zlib.crc32(b"middle", expected)
+        expected = crc_of_zeros_behind(expected, size - 2**39 - 7 - 6)
+
+        whole, files = self.checksums(self.tree)
+
+        self.assertEqual(whole, "%08x" % expected)
+        self.assertEqual(files, {"sparse": whole})
+
+
+def crc_of_zeros_behind(crc, count):
+    """The CRC-32 with so many zeros behind, by squaring the matrix of one zero bit."""
+    matrix = [0xEDB88320] + [1 << bit for bit in range(31)]
+
+    def times(columns, vector):
+        product = 0
+        for bit, column in enumerate(columns):
+            if vector >> bit & 1:
+                product ^= column
+        return product
+
+    remainder, bits = crc ^ 0xFFFFFFFF, count * 8
+    while bits:
+        if bits & 1:
+            remainder = times(matrix, remainder)
+        matrix = [times(matrix, column) for column in matrix]
+        bits >>= 1
+    return remainder ^ 0xFFFFFFFF
+
+
+class Sha256(Checksums, CatalogueTest):
+    NAME = "sha256"
+    checksum_of = staticmethod(sha256sum)
+    GROWN = 10**6  # since it has to go through the zeros
+
+    def test_large_files_have_their_own_whenever_they_are_met(self):
+        """Only those that reports may list get one while the contents go by."""
+        for number in range(60):
+            content = b"%d" % number * (10 + 7 * number % 60)
+            self.write(b"tree/%02d/%02d" % (number % 7, number), content)
+
+        whole, files = self.checksums(self.tree)
+
+        self.assertEqual(whole, sha256sum(b"".join(self.contents_in_order(self.tree))))
+        for name, checksum in files.items():
+            with open(self.place(b"tree/" + name.encode()), "rb") as file:
+                self.assertEqual(checksum, sha256sum(file.read()), name)
+
+
+class Threads(CatalogueTest):
+    NUMBERS = (1, 2, 3, 8, 64)
+
+    def assert_same_for_every_number_of_threads(self, directory, status, asked):
+        for form, checksum in asked:
+            reports = set()
+            for threads in self.NUMBERS:
+                result = run(
+                    f"--format={form}", f"--checksum={checksum}", f"--threads={threads}", directory
+                )
+                self.assertEqual((result.returncode, result.stderr), (status, b""), threads)
+                reports.add(without_time(result.stdout))
+
+            self.assertEqual(len(reports), 1, (form, checksum))
+
+    def test_number_of_threads_changes_nothing_in_the_report(self):
+        self.make_tree_of_every_kind()
+        for number in range(3000):
+            size = number % 100 if number % 10 else 100
+            self.make_file(b"tree/%d/%d/%d" % (number % 13, number % 17, number), size)
+        for name in (b"back\\slash", b"%a%/%b%", b"\\", b"x\\y"):
+            self.make_file(b"tree/odd/" + name + b"/inside")
+            self.make_file(b"tree/more/" + name)
+
+        asked = [("text", "crc32"), ("csv", "crc32"), ("json", "crc32"), ("json", "sha256")]
+        self.assert_same_for_every_number_of_threads(self.tree, 1, asked)
+
+    def test_number_of_threads_changes_nothing_in_that_of_usr_include(self):
+        self.assert_same_for_every_number_of_threads(b"/usr/include", 0, [("json", "crc32")])
+
+    def most_while_it_runs(self, read, *arguments):
+        """The most that `read` ever gives for the process's folder in /proc."""
+        with subprocess.Popen(
+            [PROGRAM, *arguments], env=ENVIRONMENT, stdout=subprocess.PIPE
+        ) as process:
+            most = 0
+            while process.poll() is None:
+                try:
+                    most = max(most, read(f"/proc/{process.pid}"))
+                except (OSError, AttributeError):
+                    pass  # it ends just now
+                try:
+                    process.wait(0.005)
+                except subprocess.TimeoutExpired:
+                    pass
+        self.assertEqual(process.returncode, 0)
+        return most
+
+    def test_threads_are_as_many_as_are_asked_for(self):
+        self.make_much_to_read(30)
+
+        few, many = (
+            self.most_while_it_runs(
+                lambda folder: len(os.listdir(folder + "/task")),
+                "--checksum",
+                f"--threads={threads}",
+                self.tree,
+            )
+            for threads in (1, 6)
+        )
+
+        self.assertEqual(many - few, 5)
+
+    def test_memory_does_not_grow_with_the_tree(self):
+        # Disks take minutes to remove so many.
+        quick = "/dev/shm" if os.access("/dev/shm", os.W_OK) else None
+        tree = os.fsencode(tempfile.mkdtemp(prefix="qvr-catalogue-", dir=quick))
+        self.addCleanup(self.remove, tree)
+        numbers = range(36)
+        for first in numbers:
+            os.mkdir(tree + b"/%0100d" % first)
+            for second in numbers:
+                os.mkdir(tree + b"/%0100d/%0100d" % (first, second))
+                for third in numbers:
+                    os.mkdir(tree + b"/%0100d/%0100d/%0100d" % (first, second, third))
+
+        def peak_kilobytes(folder):
+            with open(folder + "/status") as file:
+                return int(re.search(r"VmHWM:\s*(\d+) kB", file.read()).group(1))
+
+        # A queue of all these directories would take twice as much.
+        limit = 1_000_000 if is_sanitized() else 10_000
+        for threads in (1, 8):
+            peak = self.most_while_it_runs(peak_kilobytes, f"--threads={threads}", tree)
+            self.assertGreater(peak, 0)
+            self.assertLess(peak, limit)
+
+
+class Plugins(CatalogueTest):
+    """The search path, and what is told of a plug-in that cannot be used."""
+
+    def setUp(self):
+        super().setUp()
+        with open(self.make_file(b"tree/file"), "wb") as file:
+            file.write(b"abc")
+        self.others = os.path.join(os.path.dirname(os.path.abspath(__file__)), "plugins")
+        self.own = os.path.join(os.path.dirname(PROGRAM), "plugins")
+
+    def checksum_names(self, *options, **variables):
+        """The names of the checksums in the report, with their values."""
+        result = run("--format=csv", *options, self.tree, env=variables)
+        self.assertEqual((result.returncode, result.stderr), (0, b""))
+        rows = csv.reader(io.StringIO(result.stdout.decode()))
+        return [(row[1], row[2]) for row in rows if row[0] == "checksum"]
+
+    def assert_refused(self, complaint, *options, **variables):
+        result = run(*options, self.tree, env=variables)
+        self.assertEqual((result.returncode, result.stdout), (2, b""))
+        self.assertRegex(result.stderr.decode(), f"^catalogue: {complaint}\n$")
+
+    def test_plugin_of_the_given_folders_is_used(self):
+        for options, variables in (
+            ([f"--plugins=/nowhere;{self.others}"], {}),
+            ([], {"QVRCataloguePlugins": f"{self.others};/nowhere"}),
+            (["--plugins=%HOME%"], {"HOME": self.others}),
+        ):
+            found = self.checksum_names("--checksum=sum", *options, **variables)
+
+            self.assertEqual(found, [("sum", "0126")])
+
+    def test_given_folders_do_not_hide_the_plugins_of_the_program(self):
+        found = self.checksum_names("--checksum", f"--plugins={self.others}")
+
+        self.assertEqual(found, [("crc32", zlib_checksum(b"abc"))])
+
+    def test_given_folders_come_before_all_others(self):
+        folders = [self.make_directory(name).decode() for name in (b"given", b"environment")]
+        shutil.copy(f"{self.others}/catalogue-sum.so", folders[0] + "/catalogue-crc32.so")
+        shutil.copy(f"{self.own}/catalogue-sha256.so", folders[1] + "/catalogue-crc32.so")
+        environment = {"QVRCataloguePlugins": folders[1]}
+
+        of_environment = self.checksum_names("--checksum", **environment)
+        of_given = self.checksum_names("--checksum", f"--plugins={folders[0]}", **environment)
+
+        self.assertEqual(of_environment, [("sha256", sha256sum(b"abc"))])
+        self.assertEqual(of_given, [("sum", "0126")])
+
+    def test_missing_plugin_is_told_with_the_search_path(self):
+        path = f"/nowhere;no where;{re.escape(self.own)};[^;']*"
+        self.assert_refused(
+            f"there is no checksum 'md5': no 'catalogue-md5.so' in '{path}'",
+            "--checksum=md5",
+            "--plugins=/nowhere",
+            QVRCataloguePlugins="no where",
+        )
+
+    def test_plugin_that_cannot_be_used_is_told(self):
+        missing = self.make_directory(b"bad").decode()
+        with open(missing + "/catalogue-text.so", "w") as file:
+            file.write("no library")
+        for name, folder, complaint in (
+            ("text", missing, "the plug-in '.*text.so' cannot be loaded: file open error"),
+            ("nosymbol", self.others, "'.*' is no plug-in of the catalogue: it has no function .*"),
+            ("future", self.others, "the plug-in '.*' has version 2 .* this program version 1"),
+            ("incomplete", self.others, "the plug-in '.*' is not complete"),
+        ):
+            self.assert_refused(complaint, f"--checksum={name}", f"--plugins={folder}")
+
+    def test_nothing_is_looked_for_where_no_checksum_is_asked_for(self):
+        self.assertEqual(self.checksum_names("--plugins=/nowhere"), [])
+
+
+class Interrupts(CatalogueTest):
+    """The first interrupt has the program end with what it has, the second at once."""
+
+    HANDLED = 1 << signal.SIGINT - 1
+
+    def start(self, *options, stderr):
+        process = subprocess.Popen(
+            [PROGRAM, *options, self.tree],
+            env=ENVIRONMENT,
+            stdout=subprocess.PIPE,
+            stderr=stderr,
+            # A shell has its background jobs ignore the signal.
+            preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_DFL),
+        )
+        self.addCleanup(process.kill)
+        return process
+
+    def interrupted_report(self, *options):
+        """What the program prints that is interrupted as soon as it shows that it walks."""
+        terminal, side = pty.openpty()
+        process = self.start(*options, stderr=side)
+        os.close(side)
+        while b"entries" not in os.read(terminal, 1000):
+            pass
+
+        process.send_signal(signal.SIGINT)
+        report, _ = process.communicate(timeout=300)
+
+        shown = all_shown_on(terminal)
+        self.assertEqual(process.returncode, 130)
+        self.assertTrue(shown == b"" or shown.endswith(b"\r\x1b[K"))
+        return report.decode()
+
+    def test_first_one_has_it_print_what_it_has(self):
+        content = self.make_much_to_read(1000)
+        for threads, name in ((1, "crc32"), (8, "crc32"), (8, "sha256")):
+            catalogue = json.loads(
+                self.interrupted_report(
+                    "--format=json", f"--checksum={name}", f"--threads={threads}"
+                )
+            )
+
+            self.assertIs(catalogue["interrupted"], True)
+            self.assertIsNone(catalogue[name])
+            self.assertGreaterEqual(catalogue["totals"]["directories"], 1)
+            self.assertLess(catalogue["totals"]["bytes"], 1000 * len(content))
+            self.assertEqual(catalogue["unreadable"], [])
+            of_each = {"crc32": zlib_checksum, "sha256": sha256sum}[name](content)
+            for file in catalogue["largest"]:
+                self.assertIn(file[name], (None, of_each))
+
+    def test_every_format_says_so(self):
+        self.make_much_to_read(1000)
+
+        rows = list(csv.reader(io.StringIO(self.interrupted_report("--format=csv", "--checksum"))))
+        text = self.interrupted_report("--checksum")
+
+        self.assertIn(["interrupted"] + [""] * 7, rows)
+        self.assertIn(["checksum", "crc32"] + [""] * 6, rows)
+        self.assertRegex(text, r"(?m)^interrupted: ")
+        self.assertRegex(text, r"(?m)^crc32 +unknown$")
+
+    def handles_interrupts(self, process):
+        with open(f"/proc/{process.pid}/status") as file:
+            caught = re.search(r"SigCgt:\s*([0-9a-f]+)", file.read()).group(1)
+        return bool(int(caught, 16) & self.HANDLED)
+
+    def test_second_one_ends_it_at_once(self):
+        terminal, side = pty.openpty()
+        # Its first line of progress has the program wait.
+        termios.tcflow(side, termios.TCOOFF)
+        process = self.start(stderr=side)
+        while not self.handles_interrupts(process):
+            self.assertIsNone(process.poll())
+
+        process.send_signal(signal.SIGINT)
+        while self.handles_interrupts(process):
+            self.assertIsNone(process.poll())
+        process.send_signal(signal.SIGINT)
+        report, _ = process.communicate(timeout=300)
+
+        os.close(side)
+        os.close(terminal)
+        self.assertEqual((process.returncode, report), (-signal.SIGINT, b""))
+
+
 class CommandLine(CatalogueTest):
     def assert_refused(self, arguments, complaint, **options):
         result = run(*arguments, **options)
@@ -637,6 +1190,7 @@ class CommandLine(CatalogueTest):
         gone, dangling = self.place(b"gone"), self.place(b"dangling")
         option = b"unknown option '%s': --help lists them"
         form = b"unknown format '%s': it is text, csv or json"
+        threads = b"'%s' is no number of threads: that is from 1 to 1024"
         cases = [
             ([b"--bogus"], option % b"--bogus"),
             ([b"-x", self.tree], option % b"-x"),
@@ -653,6 +1207,17 @@ class CommandLine(CatalogueTest):
             ([file], b"'%s' is not a directory" % file),
             ([b"/dev/null"], b"'/dev/null' is not a directory"),
             ([b"/" * PATH_MAX], b"'%s' cannot be looked at" % (b"/" * PATH_MAX)),
+            ([b"--threads"], option % b"--threads"),
+            ([b"--checksums"], option % b"--checksums"),
+            ([b"--plugins"], option % b"--plugins"),
+            ([b"--threads="], threads % b""),
+            ([b"--threads=0"], threads % b"0"),
+            ([b"--threads=-1"], threads % b"-1"),
+            ([b"--threads=+1"], threads % b"+1"),
+            ([b"--threads=1025"], threads % b"1025"),
+            ([b"--threads=2 "], threads % b"2 "),
+            ([b"--threads=0x2"], threads % b"0x2"),
+            ([b"--threads=99999999999999999999"], threads % b"99999999999999999999"),
             ([self.tree, self.place(b"")], b"'%s' is one directory too many" % self.place(b"")),
         ]
         for arguments, complaint in cases:
@@ -675,7 +1240,8 @@ class CommandLine(CatalogueTest):
 
         self.assertEqual((result.returncode, result.stderr), (0, b""))
         self.assertTrue(result.stdout.startswith(b"Usage: catalogue "))
-        for option in (b"--format=", b"--help", b"text", b"csv", b"json"):
+        options = (b"--format=", b"--threads=", b"--checksum", b"--plugins=", b"--help")
+        for option in (*options, b"text", b"csv", b"json"):
             self.assertIn(option, result.stdout)
 
     def test_what_follows_two_dashes_is_no_option(self):
@@ -706,19 +1272,30 @@ class Terminal(CatalogueTest):
     def test_progress_is_shown_there_and_taken_away(self):
         for number in range(500):
             self.make_file(b"tree/%d" % number)
-        terminal, side = pty.openpty()
 
-        result = subprocess.run(
-            [PROGRAM, self.tree], env=ENVIRONMENT, stdout=subprocess.PIPE, stderr=side
-        )
+        shown = self.shown_by()
 
-        os.close(side)
-        shown = os.read(terminal, 10**6)
-        os.close(terminal)
-        self.assertEqual(result.returncode, 0)
         self.assertRegex(shown, rb"\r\x1b\[K\d+ entries")
         self.assertTrue(shown.endswith(b"\r\x1b[K"))
         self.assertNotIn(b"\n", shown)
+
+    def shown_by(self, *options):
+        terminal, side = pty.openpty()
+        with subprocess.Popen(
+            [PROGRAM, *options, self.tree], env=ENVIRONMENT, stdout=subprocess.PIPE, stderr=side
+        ) as process:
+            os.close(side)
+            shown = all_shown_on(terminal)
+        self.assertEqual(process.returncode, 0)
+        return shown
+
+    def test_progress_tells_how_much_has_been_read(self):
+        self.make_much_to_read(50)
+
+        shown = self.shown_by("--checksum")
+
+        self.assertRegex(shown, rb"\r\x1b\[K51 entries, \d+ MB read")
+        self.assertTrue(shown.endswith(b"\r\x1b[K"))
 
 
 class Traces(CatalogueTest):

@@ -1,5 +1,4 @@
-// The catalogue's checksum, beside zlib's definition and the library itself.
-#include "Checksum.h"
+// The checksum crc32, beside zlib's.
 
 #include <gtest/gtest.h>
 #include <zlib.h>
@@ -7,19 +6,24 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <random>
 #include <string>
 #include <string_view>
+
+#include "ChecksumHelpers.h"
 
 namespace {
 
 using catalogue::Checksum;
 
-std::string checksumOf(std::string_view bytes) {
-  Checksum checksum;
-  checksum.add(bytes);
-  return checksum.toString();
+const CatalogueChecksum& crc32Plugin() {
+  static const CatalogueChecksum& plugin = builtChecksum("crc32");
+  return plugin;
 }
+
+/// That of no bytes.
+Checksum begun() { return Checksum(crc32Plugin()); }
+
+std::string checksumOf(std::string_view bytes) { return checksumOf(crc32Plugin(), bytes); }
 
 std::string zlibChecksumOf(std::string_view bytes) {
   const uLong value = crc32_z(0, reinterpret_cast<const Bytef*>(bytes.data()), bytes.size());
@@ -28,20 +32,13 @@ std::string zlibChecksumOf(std::string_view bytes) {
   return digits;
 }
 
-std::string randomBytes(std::size_t count) {
-  std::mt19937 random(20261121);
-  std::string bytes(count, '\0');
-  for (char& byte : bytes) byte = static_cast<char>(random());
-  return bytes;
-}
-
-TEST(ChecksumTest, KnownTextsHaveKnownChecksums) {
+TEST(Crc32Test, KnownTextsHaveKnownChecksums) {
   EXPECT_EQ(checksumOf(""), "00000000");
   EXPECT_EQ(checksumOf("a"), "e8b7be43");
   EXPECT_EQ(checksumOf("123456789"), "cbf43926");
 }
 
-TEST(ChecksumTest, EveryLengthAndAlignmentIsAsZlibSaysIt) {
+TEST(Crc32Test, EveryLengthAndAlignmentIsAsZlibSaysIt) {
   const std::string bytes = randomBytes(200);
   for (std::size_t begin = 0; begin < 17; ++begin) {
     for (std::size_t count = 0; begin + count <= bytes.size(); ++count) {
@@ -51,10 +48,10 @@ TEST(ChecksumTest, EveryLengthAndAlignmentIsAsZlibSaysIt) {
   }
 }
 
-TEST(ChecksumTest, BytesMayComeInPieces) {
+TEST(Crc32Test, BytesMayComeInPieces) {
   const std::string bytes = randomBytes(500);
   for (const std::size_t piece : {1, 7, 16, 33, 499}) {
-    Checksum checksum;
+    Checksum checksum = begun();
     for (std::size_t at = 0; at < bytes.size(); at += piece) {
       checksum.add(std::string_view(bytes).substr(at, piece));
     }
@@ -62,24 +59,24 @@ TEST(ChecksumTest, BytesMayComeInPieces) {
   }
 }
 
-TEST(ChecksumTest, PartsMakeTheWhole) {
+TEST(Crc32Test, PartsMakeTheWhole) {
   const std::string bytes = randomBytes(300);
   for (std::size_t first = 0; first <= bytes.size(); ++first) {
-    Checksum whole, second;
+    Checksum whole = begun(), second = begun();
     whole.add(std::string_view(bytes).substr(0, first));
     second.add(std::string_view(bytes).substr(first));
     whole.append(second);
     ASSERT_EQ(whole.toString(), zlibChecksumOf(bytes)) << first;
 
-    whole.append(Checksum());
+    whole.append(begun());
     whole.add("and on");
     ASSERT_EQ(whole.toString(), zlibChecksumOf(bytes + "and on")) << first;
   }
 }
 
-TEST(ChecksumTest, GroupingOfPartsIsOfNoConsequence) {
+TEST(Crc32Test, GroupingOfPartsIsOfNoConsequence) {
   const std::string bytes = randomBytes(90);
-  Checksum first, second, third;
+  Checksum first = begun(), second = begun(), third = begun();
   first.add(std::string_view(bytes).substr(0, 20));
   second.add(std::string_view(bytes).substr(20, 41));
   third.add(std::string_view(bytes).substr(61));
@@ -90,10 +87,10 @@ TEST(ChecksumTest, GroupingOfPartsIsOfNoConsequence) {
   EXPECT_EQ(first.toString(), zlibChecksumOf(bytes));
 }
 
-TEST(ChecksumTest, ZerosCountLikeBytesThatAreZero) {
+TEST(Crc32Test, ZerosCountLikeBytesThatAreZero) {
   for (const std::size_t count : {0, 1, 15, 16, 17, 1000, 65536}) {
     const std::string zeros(count, '\0');
-    Checksum checksum;
+    Checksum checksum = begun();
     checksum.add("before");
     checksum.addZeros(count);
     checksum.add("behind");
@@ -101,9 +98,9 @@ TEST(ChecksumTest, ZerosCountLikeBytesThatAreZero) {
   }
 }
 
-TEST(ChecksumTest, LengthsBeyondAnyFileAreWhole) {
+TEST(Crc32Test, LengthsBeyondAnyFileAreWhole) {
   constexpr std::uint64_t kHalf = std::uint64_t{1} << 62;
-  Checksum atOnce, inTwo, half;
+  Checksum atOnce = begun(), inTwo = begun(), half = begun();
   atOnce.addZeros(2 * kHalf);
   half.addZeros(kHalf);
   inTwo.append(half);

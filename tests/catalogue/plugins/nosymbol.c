@@ -1,0 +1,2 @@
+/* A library, but no plug-in. */
+int catalogueChecksumOfAnotherKind = 1;
