@@ -18,20 +18,23 @@ void qtSymbol(benchmark::State& state) {
     benchmark::DoNotOptimize(library.resolve(name.c_str()));
   });
 }
-BENCHMARK(qtSymbol)->Name("QLibrary/lookUpAgain")->Apply(sweepLookUps);
+BENCHMARK(qtSymbol)->Name("QLibrary/lookUpAgain")->Apply(sweepNames);
+BENCHMARK(qtSymbol)->Name("QLibrary/lookUpTogether")->Apply(sweepThreads);
 
 void boostSymbol(benchmark::State& state) {
   const boost::dll::shared_library library(QVR_SYMBOL_MODULE);
   timeLookUps(
       state, [&](const std::string& name) { benchmark::DoNotOptimize(&library.get<int()>(name)); });
 }
-BENCHMARK(boostSymbol)->Name("Boost.DLL/lookUpAgain")->Apply(sweepLookUps);
+BENCHMARK(boostSymbol)->Name("Boost.DLL/lookUpAgain")->Apply(sweepNames);
+BENCHMARK(boostSymbol)->Name("Boost.DLL/lookUpTogether")->Apply(sweepThreads);
 
 void pocoSymbol(benchmark::State& state) {
   Poco::SharedLibrary library(QVR_SYMBOL_MODULE);
   timeLookUps(state,
               [&](const std::string& name) { benchmark::DoNotOptimize(library.getSymbol(name)); });
 }
-BENCHMARK(pocoSymbol)->Name("Poco/lookUpAgain")->Apply(sweepLookUps);
+BENCHMARK(pocoSymbol)->Name("Poco/lookUpAgain")->Apply(sweepNames);
+BENCHMARK(pocoSymbol)->Name("Poco/lookUpTogether")->Apply(sweepThreads);
 
 }  // namespace

@@ -18,8 +18,10 @@ bool containsAny(const std::string& text, const char* characters) {
 }  // namespace
 
 std::string fuzz::path::converted(std::string_view text, char separator) {
-  std::string result;
-  for (const char c : text) result += c == '/' || c == '\\' ? separator : c;
+  std::string result(text);
+  for (char& c : result) {
+    if (c == '/' || c == '\\') c = separator;
+  }
   return result;
 }
 

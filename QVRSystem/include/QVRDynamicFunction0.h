@@ -17,7 +17,7 @@ class QVRSYSTEM_API QVRDynamicFunction0 : public QVRDynamicSymbol {
   QVRDynamicFunction0(QVRDynamicFunction0&&) noexcept = default;
   QVRDynamicFunction0& operator=(const QVRDynamicFunction0&) noexcept = default;
   QVRDynamicFunction0& operator=(QVRDynamicFunction0&&) noexcept = default;
-  ~QVRDynamicFunction0() override = default;
+  ~QVRDynamicFunction0() override;
 
   /// As QVRDynamicSymbolHandle assigns a body.
   QVRDynamicFunction0& operator=(QVRDynamicSymbolImpl* body) noexcept {

@@ -46,7 +46,7 @@ class Acquire final : public ForkLock::Action {
     lock.shared().acquire();
     lock.keepOthersOut();
   }
-  // Held for as long as its holder likes, and never while what it guards is half changed.
+  // Its holder may keep it for long, and what changes under it does so under another lock too.
   void operator()(NativeMutex& /*monitor*/) const noexcept override {}
 };
 
