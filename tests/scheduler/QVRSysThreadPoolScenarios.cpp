@@ -29,9 +29,15 @@ class Task : public QVRSysIRunnableBody {
   const std::function<void()> action_;
 };
 
+/// One that may be deleted, as none is derived from it.
+class OwnedPool final : public QVRSysThreadPool {
+ public:
+  using QVRSysThreadPool::QVRSysThreadPool;
+};
+
 /// A pool and what became of its runnables.
 struct Model {
-  explicit Model(int size) : owned(std::make_unique<QVRSysThreadPool>(size)), pool(*owned) {}
+  explicit Model(int size) : owned(std::make_unique<OwnedPool>(size)), pool(*owned) {}
 
   // After a failure its threads never end, and nobody can wait for them.
   ~Model() {
@@ -46,7 +52,7 @@ struct Model {
     if (isTaken) ++taken;
   }
 
-  std::unique_ptr<QVRSysThreadPool> owned;
+  std::unique_ptr<OwnedPool> owned;
   QVRSysThreadPool& pool;
   int taken = 0;
   int ran = 0;
