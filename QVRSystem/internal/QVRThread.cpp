@@ -122,6 +122,7 @@ void* Thread::enter(void* thread) {
 void Thread::introduce() noexcept {
   const std::uint32_t id = currentThreadId();
   if (settings_.niceValue != 0) platform::setNiceValue(id, settings_.niceValue);
+  const ShortSection section;
   if (idWord().exchange(id, std::memory_order_release) == kWanted) wakeAll(&id_);
 }
 
@@ -233,6 +234,8 @@ void Thread::stand() noexcept {
     if ((seen & kCancelled) != 0) endHere();
     if ((seen & kCount) == 0) continue;
     if ((seen & kStanding) == 0) {
+      // One that is asked once more between the two would stand without having answered.
+      const ShortSection section;
       word().fetch_or(kStanding, std::memory_order_acq_rel);
       answer();
     } else {
@@ -281,6 +284,7 @@ long Thread::resume() noexcept {
   if ((before & kEnded) != 0 || isElsewhere()) return kFailed;
   const auto count = static_cast<long>(before & kCount);
   if (count == 0) return 0;
+  const ShortSection section;  // or the thread would sleep on
   word().fetch_sub(1, std::memory_order_release);
   wakeAll(&word_);
   return count;
