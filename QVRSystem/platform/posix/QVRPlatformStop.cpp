@@ -111,6 +111,8 @@ class SystemCode {
       forEachDefinition(name, [this](Address function) { lockless_.add(function); });
     }
     addModule(getauxval(AT_SYSINFO_EHDR));
+    lockWait_ =
+        reinterpret_cast<Address>(dlvsym(RTLD_DEFAULT, "__lll_lock_wait_private", "GLIBC_PRIVATE"));
   }
 
   bool contains(Address instruction) const {
@@ -122,6 +124,10 @@ class SystemCode {
   bool isLockless(Address function) const {
     return std::ranges::find(lockless_.values(), function) != lockless_.values().end();
   }
+
+  /// Whether the function that begins there waits for a lock of the C library's own, of which
+  /// the thread may hold another.
+  bool isLockWait(Address function) const { return function != 0 && function == lockWait_; }
 
  private:
   // The unwinder took the loader's lock before there was a look-up without. A thread that
@@ -170,6 +176,7 @@ class SystemCode {
 
   Table<Range, 16> ranges_;
   Table<Address, 64> lockless_;
+  Address lockWait_ = 0;
 };
 
 // Never freed: a signal may come at any time.
@@ -203,6 +210,17 @@ bool isAsleep(const Registers& at, PlatformWhereabouts& whereabouts) {
   return whereabouts.times >= kAgainAndAgain;
 }
 
+Address functionAt(Address instruction) {
+  return reinterpret_cast<Address>(
+      _Unwind_FindEnclosingFunction(reinterpret_cast<void*>(instruction + 1)));
+}
+
+// Not for a lock of the C library's: its heap has threads wait for one while they hold another.
+// They are out of it soon, unless its holder is kept there by the system.
+bool isAsleepForLong(const Registers& at, PlatformWhereabouts& whereabouts) {
+  return isAsleep(at, whereabouts) && !systemCode().isLockWait(functionAt(at.instruction));
+}
+
 /// A walk up the stack from where the signal came.
 struct CallerSearch {
   Address interrupted;
@@ -226,9 +244,7 @@ _Unwind_Reason_Code lookAtFrame(_Unwind_Context* frame, void* argument) {
 // Copying memory may take as long as all the rest of a thread's work, and holds no lock; but
 // the heap and the streams copy memory too.
 bool isLocklessForCaller(Address instruction) {
-  const auto function = reinterpret_cast<Address>(
-      _Unwind_FindEnclosingFunction(reinterpret_cast<void*>(instruction + 1)));
-  if (!systemCode().isLockless(function)) return false;
+  if (!systemCode().isLockless(functionAt(instruction))) return false;
   CallerSearch search{instruction};
   _Unwind_Backtrace(&lookAtFrame, &search);
   return search.isThere && !search.isInside;
@@ -276,7 +292,7 @@ int closeStopTimer(PlatformStopTimer timer) noexcept {
 
 bool isInsideSystem(const void* context, PlatformWhereabouts& whereabouts) noexcept {
   const Registers at = registersOf(context);
-  return systemCode().contains(at.instruction) && !isAsleep(at, whereabouts) &&
+  return systemCode().contains(at.instruction) && !isAsleepForLong(at, whereabouts) &&
          !isLocklessForCaller(at.instruction);
 }
 
