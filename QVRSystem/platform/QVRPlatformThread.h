@@ -81,7 +81,8 @@ int joinThread(PlatformThread thread) noexcept;
 int detachCallingThread() noexcept;
 
 /// Ends the calling thread here and now: nothing of it is run any more, neither
-/// destructors nor what the C library does at its end. It still is to be joined.
+/// destructors nor what the C library does at its end. It still is to be joined. Its values
+/// of keys go with it.
 [[noreturn]] void exitThread() noexcept;
 
 /// The nice value of a living thread.

@@ -1,5 +1,6 @@
 #include "QVRSystem/platform/QVRPlatformThread.h"
 
+#include <limits.h>
 #include <linux/futex.h>
 #include <linux/membarrier.h>
 #include <pthread.h>
@@ -143,7 +144,10 @@ int joinThread(PlatformThread thread) noexcept {
 
 int detachCallingThread() noexcept { return pthread_detach(pthread_self()); }
 
+// The C library hands the thread's block on with its stack. What it holds for a key would be
+// the next thread's, and destroyed with that.
 void exitThread() noexcept {
+  for (pthread_key_t key = 0; key < PTHREAD_KEYS_MAX; ++key) pthread_setspecific(key, nullptr);
   for (;;) syscall(SYS_exit, 0);
 }
 
