@@ -58,6 +58,10 @@ int holdCancellation(int& before) noexcept;
 /// Lets them do again what they did before.
 int restoreCancellation(int before) noexcept;
 
+/// How often `atEnd` can have itself called again for an ending thread, by setting the
+/// value again; the first call counts.
+inline constexpr int kThreadEndRounds = 4;
+
 /// Makes a key of which every thread can have a value of its own; where that is not
 /// null when the thread ends, by itself or cancelled, `atEnd` gets it.
 int createThreadKey(std::uint32_t& key, void (*atEnd)(void*)) noexcept;
