@@ -1,6 +1,6 @@
 #!/bin/sh
-# Installs a build into a folder of its own and builds and runs tests/consumer
-# against it: check_install.sh BUILD_FOLDER COMPILER
+# Installs a build into a folder of its own, builds and runs tests/consumer against it, and
+# has the installed catalogue find its checksums: check_install.sh BUILD_FOLDER COMPILER
 set -eu
 root=$(CDPATH='' cd -- "$(dirname -- "$0")/.." && pwd)
 build=$1
@@ -9,6 +9,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
 cmake --install "$build" --prefix "$work/first" >/dev/null
+cmake --install "$build" --prefix "$work/first" --component catalogue >/dev/null
 # The package may be moved as a whole.
 mv "$work/first" "$work/prefix"
 
@@ -23,3 +24,7 @@ cmake -G Ninja -S "$root/tests/consumer" -B "$work/build" -DCMAKE_CXX_COMPILER="
   -DCMAKE_PREFIX_PATH="$work/prefix" -DCMAKE_BUILD_TYPE=Release
 cmake --build "$work/build"
 "$work/build/consumer"
+
+for checksum in crc32 sha256; do
+  "$work/prefix/bin/catalogue" --checksum=$checksum "$work/prefix/include" | grep "^$checksum "
+done
