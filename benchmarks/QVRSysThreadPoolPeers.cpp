@@ -9,6 +9,7 @@
 
 #include <QRunnable>
 #include <QThreadPool>
+#include <atomic>
 #include <boost/asio/post.hpp>
 #include <boost/asio/thread_pool.hpp>
 #include <utility>
@@ -85,7 +86,8 @@ class PocoPool {
     for (Poco::Thread& worker : workers_) worker.startFunc([this] { work(); });
   }
   ~PocoPool() {
-    while (queue_.hasIdleThreads()) queue_.wakeUpAll();
+    isOver_ = true;
+    for (int i = 0; i < kPoolWorkers; ++i) runEmpty();
     for (Poco::Thread& worker : workers_) worker.join();
   }
 
@@ -113,13 +115,13 @@ class PocoPool {
   };
 
   void work() {
-    for (;;) {
+    while (!isOver_) {
       const Poco::AutoPtr<Poco::Notification> task(queue_.waitDequeueNotification());
-      if (task.isNull()) return;
       static_cast<AnyTask&>(const_cast<Poco::Notification&>(*task)).run();
     }
   }
 
+  std::atomic<bool> isOver_ = false;
   Poco::NotificationQueue queue_;
   Poco::Thread workers_[kPoolWorkers];
 };

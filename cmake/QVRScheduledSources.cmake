@@ -9,8 +9,10 @@ set(QVR_SCHEDULED_CLASSES
   QVRAtomicCounter QVRAtomicLock QVRCountedBase QVRCountedObject QVRCountedPointer
   QVRReadersWriterLock QVRRecursiveLock QVRSpinLock QVRSysCondition
   QVRSysCriticalSection QVRSysFastMutexLock QVRSysICondition QVRSysIMutexLock
-  QVRSysIReadWriteLock QVRSysITimedMutexLock QVRSysLockGuard QVRSysMonitor QVRSysMutexLock
-  QVRSysReadLockGuard QVRSysThreadId QVRSysTimedMutexLock QVRSysUnlockGuard QVRSysWriteLockGuard)
+  QVRSysIReadWriteLock QVRSysIRunnableBody QVRSysITimedMutexLock QVRSysLockGuard QVRSysMonitor
+  QVRSysMutexLock QVRSysPCBuffer QVRSysPCQueue QVRSysReadLockGuard QVRSysRunnableFunctorBody
+  QVRSysThreadAttribute QVRSysThreadBody QVRSysThreadId QVRSysThreadPool QVRSysTimedMutexLock
+  QVRSysUnlockGuard QVRSysWriteLockGuard)
 
 # Removes what an earlier configuration made in a folder and this one did not.
 function(qvr_keep_only folder)

@@ -16,6 +16,7 @@ function(qvr_add_tests name)
   target_include_directories(${name}Tests PRIVATE
     ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/QVRSystem/include)
   target_compile_options(${name}Tests PRIVATE -O0)
+  qvr_precompile_headers(${name}Tests)
   target_link_libraries(${name}Tests PRIVATE QVRTestSupport QVRBuild ZELKernel Threads::Threads
     QVRWarnings ${arg_LIBRARIES} GTest::gtest_main)
   qvr_discover_tests(${name}Tests "")
@@ -24,6 +25,7 @@ function(qvr_add_tests name)
     # Compiled once for both programs, and so with public headers only.
     add_library(${name}TestSources OBJECT ${arg_SOURCES})
     target_compile_options(${name}TestSources PRIVATE -O0)
+    qvr_precompile_headers(${name}TestSources)
     target_include_directories(${name}TestSources PRIVATE ${PROJECT_SOURCE_DIR}/QVRSystem/include)
     target_link_libraries(${name}TestSources PUBLIC QVRTestSupport Threads::Threads QVRWarnings
       ${arg_LIBRARIES} GTest::gtest_main)
@@ -32,6 +34,18 @@ function(qvr_add_tests name)
     add_executable(${name}SharedTests ${leak_suppressions})
     target_link_libraries(${name}SharedTests PRIVATE ${name}TestSources QVRSystem)
     qvr_discover_tests(${name}SharedTests "Shared.")
+  endif()
+endfunction()
+
+# Once a program: it holds for the options of one. Not in every build, or nobody would
+# miss an include.
+function(qvr_precompile_headers target)
+  if(QVR_PRECOMPILE_TESTS)
+    target_precompile_headers(${target} PRIVATE <gtest/gtest.h> <algorithm> <array> <atomic>
+      <chrono> <functional> <latch> <memory> <sstream> <string> <thread> <vector>)
+    if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
+      target_compile_options(${target} PRIVATE "SHELL:-Xclang -fno-pch-timestamp")
+    endif()
   endif()
 endfunction()
 

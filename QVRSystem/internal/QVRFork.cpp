@@ -1,5 +1,7 @@
 #include "QVRSystem/internal/QVRFork.h"
 
+#include <utility>
+
 #include "QVRSystem/internal/QVRNativeMutex.h"
 #include "QVRSystem/internal/QVRThread.h"
 #include "QVRSystem/internal/QVRThreadState.h"
@@ -41,13 +43,24 @@ namespace {
 /// Before the fork: leaves nobody inside who would be missing in the child.
 class Acquire final : public ForkLock::Action {
  public:
-  void operator()(RecursiveLock lock) const noexcept override { lock.acquire(); }
+  void operator()(RecursiveLock lock) const noexcept override {
+    if (std::exchange(holdsNothing_, false)) {
+      // That of the trace lines, with which others may run a caller's code.
+      const OpenWait wait;
+      lock.acquire();
+    } else {
+      lock.acquire();
+    }
+  }
   void operator()(BiasedLock lock) const noexcept override {
     lock.shared().acquire();
     lock.keepOthersOut();
   }
   // Its holder may keep it for long, and what changes under it does so under another lock too.
   void operator()(NativeMutex& /*monitor*/) const noexcept override {}
+
+ private:
+  mutable bool holdsNothing_ = true;
 };
 
 /// After it, in the parent and at last in the child.

@@ -26,8 +26,12 @@ constexpr std::uint64_t kPauseWithoutTimerNs = 20'000;
 constexpr std::uint32_t kTimesPerDoubling = 1024;
 constexpr std::uint32_t kMostTimesAsked = 7 * kTimesPerDoubling;
 
-// After some milliseconds it is taken not to come to the end of an OpenSpan soon.
-constexpr std::uint32_t kTimesToEndSpan = 256;
+// After some milliseconds a caller's code that runs with a lock of the library's or the
+// loader's held is taken not to come to its end soon.
+constexpr std::uint32_t kTimesUnderLock = 256;
+
+// Whoever sleeps for a lock is not to be woken all the time, or gets it never.
+constexpr std::uint64_t kPauseOfSleepersNs = 1'000'000;
 
 constinit RecursiveLockStorage endedLock{};
 const ForkLock forkEndedLock(ForkRank::EndedThreads, &endedLock);
@@ -61,22 +65,25 @@ class EndedThreads {
   }
 
   static void free() noexcept {
-    Thread* thread = takeAll();
-    while (thread != nullptr) {
-      Thread* const next = thread->nextEnded_;
-      thread->free();
-      delete thread;
-      thread = next;
-    }
+    while (Thread* const thread = freeFirst()) delete thread;
   }
 
  private:
   using AtomicLink = AtomicRef<Thread*>;
 
-  static Thread* takeAll() noexcept {
+  static Thread* freeFirst() noexcept {
     if (AtomicLink(first_).load(std::memory_order_relaxed) == nullptr) return nullptr;
+    const ShortSection section;
+    Thread* const thread = takeFirst();
+    if (thread != nullptr) thread->free();
+    return thread;
+  }
+
+  static Thread* takeFirst() noexcept {
     const ShortLock lock(endedLock);
-    return AtomicLink(first_).exchange(nullptr, std::memory_order_relaxed);
+    Thread* const thread = first_;
+    if (thread != nullptr) AtomicLink(first_).store(thread->nextEnded_, std::memory_order_relaxed);
+    return thread;
   }
 
   static constinit Thread* first_;  // guarded by endedLock; null is also read without it
@@ -99,9 +106,12 @@ int Thread::start(const ThreadSettings& settings) noexcept {
   settings_ = settings;
   process_ = process.load(std::memory_order_relaxed);
   word().store(settings.isSuspended ? 1 : 0, std::memory_order_relaxed);
+  isFreed_ = false;
   const int error = platform::createThread(native_, settings.stackSize, &Thread::enter, this);
-  isFreed_ = error != 0;
-  if (error != 0) word().store(kEnded, std::memory_order_relaxed);
+  if (error != 0) {
+    isFreed_ = true;
+    word().store(kEnded, std::memory_order_relaxed);
+  }
   return error;
 }
 
@@ -122,6 +132,7 @@ void* Thread::enter(void* thread) {
 void Thread::introduce() noexcept {
   const std::uint32_t id = currentThreadId();
   if (settings_.niceValue != 0) platform::setNiceValue(id, settings_.niceValue);
+  const ShortSection section;
   if (idWord().exchange(id, std::memory_order_release) == kWanted) wakeAll(&id_);
 }
 
@@ -198,9 +209,14 @@ void Thread::handleStop(const void* context) noexcept {
 bool Thread::isHeldUp(const void* context) noexcept {
   timesAsked_ = std::min(timesAsked_ + 1, kMostTimesAsked);
   if (isInShortSection()) return true;
-  if (timesAsked_ < kMostTimesAsked && platform::isInsideSystem(context, whereabouts_)) return true;
-  if (!OpenSpan::isInside() || timesAsked_ > kTimesToEndSpan) return false;
-  OpenSpan::deferStop();
+  place_ = platform::placeOf(context, whereabouts_);
+  const bool isInSystem =
+      place_ == PlatformPlace::kInSystem || place_ == PlatformPlace::kAwaitsSystem;
+  if (isInSystem && timesAsked_ < kMostTimesAsked) return true;
+  const bool isUnderLock = OpenSpan::isInside() || place_ == PlatformPlace::kUnderLoader;
+  timesUnderLock_ = isUnderLock ? timesUnderLock_ + 1 : 0;
+  if (!isUnderLock || timesUnderLock_ > kTimesUnderLock) return false;
+  if (OpenSpan::isInside()) OpenSpan::deferStop();
   return true;
 }
 
@@ -211,6 +227,7 @@ void Thread::stopCaller() noexcept {
 
 void Thread::carryOutRequest() noexcept {
   timesAsked_ = 0;
+  timesUnderLock_ = 0;
   if (threadState.sleepWord != nullptr) wakeOne(threadState.sleepWord);
   if (has(kCancelled)) endHere();
   stand();
@@ -221,6 +238,9 @@ void Thread::carryOutRequest() noexcept {
 // have nothing to do with what it is doing.
 bool Thread::askAgain() noexcept {
   if (!hasTimer_.load(std::memory_order_acquire)) return false;
+  if (place_ == PlatformPlace::kAwaitsSystem) {
+    return platform::startStopTimer(timer_, kPauseOfSleepersNs) == 0;
+  }
   // The linear congruential generator of Numerical Recipes, whose high bits serve.
   random_ = random_ * 1'664'525 + 1'013'904'223;
   const std::uint64_t pauseNs = kShortestPauseNs + (random_ >> 16 & kMorePausesNs);
@@ -233,6 +253,8 @@ void Thread::stand() noexcept {
     if ((seen & kCancelled) != 0) endHere();
     if ((seen & kCount) == 0) continue;
     if ((seen & kStanding) == 0) {
+      // One that is asked once more between the two would stand without having answered.
+      const ShortSection section;
       word().fetch_or(kStanding, std::memory_order_acq_rel);
       answer();
     } else {
@@ -281,6 +303,7 @@ long Thread::resume() noexcept {
   if ((before & kEnded) != 0 || isElsewhere()) return kFailed;
   const auto count = static_cast<long>(before & kCount);
   if (count == 0) return 0;
+  const ShortSection section;  // or the thread would sleep on
   word().fetch_sub(1, std::memory_order_release);
   wakeAll(&word_);
   return count;

@@ -155,6 +155,8 @@ class Thread {
   Atomic<bool> hasTimer_ = false;
   PlatformStopTimer timer_ = nullptr;
   PlatformWhereabouts whereabouts_;
+  PlatformPlace place_ = PlatformPlace::kElsewhere;
+  std::uint32_t timesUnderLock_ = 0;
   std::uint32_t timesAsked_ = 0;  // without having been stopped
   std::uint32_t random_ = 0;
   RecursiveLockStorage sendLock_{};  // held while a signal is sent, which the end waits for

@@ -34,7 +34,13 @@ class ThreadEndKey {
     threadState.isEndWatched = false;
     giveDeferredWake();
     giveBiasedThreadBack();
+    if (threadState.thread != nullptr && isToBeCalledAgain()) return;
     Thread::leave();
+  }
+
+  // Other keys' ends, which may take as long as they like, belong to the thread as well.
+  static bool isToBeCalledAgain() noexcept {
+    return ++threadState.endRounds < platform::kThreadEndRounds && startWatchingThreadEnd();
   }
 
   std::uint32_t key_ = 0;

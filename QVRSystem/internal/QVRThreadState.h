@@ -35,6 +35,7 @@ struct ThreadState {
   std::uint64_t serial = 0;               // its number in the process; 0 until first asked for
   std::uint32_t* deferredWake = nullptr;  // as QVRDeferredWake.h says
   bool isEndWatched = false;              // whether its end makes up for that
+  int endRounds = 0;                      // times that its end was noticed
   Thread* thread = nullptr;               // null where the library did not make it
   EndableWait* wait = nullptr;            // that it is in
   std::uint32_t* sleepWord = nullptr;     // of the lock for which it waits

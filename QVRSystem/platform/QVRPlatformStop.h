@@ -12,6 +12,14 @@ namespace qvr {
 /// A timer that sends a thread the signal.
 using PlatformStopTimer = void*;
 
+/// Where the instruction is at which a signal found its thread.
+enum class PlatformPlace {
+  kElsewhere,     // in code of others, or asleep in the kernel for itself
+  kInSystem,      // in the system's libraries: it may hold a lock of theirs, and soon does not
+  kAwaitsSystem,  // as before, but asleep until another thread gives such a lock back
+  kUnderLoader,   // in code of others, called by the dynamic loader with its lock held
+};
+
 /// Where a thread was found last, and how many times running; all zero at first.
 struct PlatformWhereabouts {
   std::uintptr_t instruction = 0;
@@ -41,10 +49,7 @@ int startStopTimer(PlatformStopTimer timer, std::uint64_t nanoseconds) noexcept;
 
 int closeStopTimer(PlatformStopTimer timer) noexcept;
 
-/// Whether the thread is inside code of the system's libraries that may hold a lock of
-/// theirs, and will soon be out of it: not asleep in the kernel, and not in code of
-/// others that was called from there. For the handler only.
-/// @param whereabouts what the calls for this thread have in common.
-bool isInsideSystem(const void* context, PlatformWhereabouts& whereabouts) noexcept;
+/// For the handler only. @param whereabouts what the calls for this thread have in common.
+PlatformPlace placeOf(const void* context, PlatformWhereabouts& whereabouts) noexcept;
 
 }  // namespace qvr::QVR_PLATFORM

@@ -58,6 +58,10 @@ int holdCancellation(int& before) noexcept;
 /// Lets them do again what they did before.
 int restoreCancellation(int before) noexcept;
 
+/// How often `atEnd` can have itself called again for an ending thread, by setting the
+/// value again; the first call counts.
+inline constexpr int kThreadEndRounds = 4;
+
 /// Makes a key of which every thread can have a value of its own; where that is not
 /// null when the thread ends, by itself or cancelled, `atEnd` gets it.
 int createThreadKey(std::uint32_t& key, void (*atEnd)(void*)) noexcept;
@@ -81,7 +85,8 @@ int joinThread(PlatformThread thread) noexcept;
 int detachCallingThread() noexcept;
 
 /// Ends the calling thread here and now: nothing of it is run any more, neither
-/// destructors nor what the C library does at its end. It still is to be joined.
+/// destructors nor what the C library does at its end. It still is to be joined. Its values
+/// of keys go with it.
 [[noreturn]] void exitThread() noexcept;
 
 /// The nice value of a living thread.

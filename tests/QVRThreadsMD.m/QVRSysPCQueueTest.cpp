@@ -60,7 +60,7 @@ class QVRSysPCQueueTest : public testing::Test {
 };
 
 TEST_F(QVRSysPCQueueTest, ANewOneIsEmptyAndHasRoom) {
-  for (const std::size_t capacity : {0, 1, 1024}) {
+  for (const std::size_t capacity : {0u, 1u, 1024u}) {
     const QVRSysPCQueue<int> queue(capacity);
 
     EXPECT_EQ(queue.getCapacity(), capacity);
@@ -646,7 +646,7 @@ class Received {
 
 TEST_F(QVRSysPCQueueTest, EachItemArrivesOnceAndThoseOfAProducerInOrder) {
   for (const int sides : {1, 2, 8, 32}) {
-    for (const std::size_t capacity : {0, 1, 2, 64}) {
+    for (const std::size_t capacity : {0u, 1u, 2u, 64u}) {
       SCOPED_TRACE(std::to_string(sides) + " a side, capacity " + std::to_string(capacity));
       const int share = 6400 / sides;
       QVRSysPCQueue<Numbered> queue(capacity);

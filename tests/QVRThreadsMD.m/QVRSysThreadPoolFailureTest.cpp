@@ -63,7 +63,7 @@ class QVRSysThreadPoolFailureTest : public testing::Test {
 };
 
 TEST_F(QVRSysThreadPoolFailureTest, AStartThatFailsLeavesTheWorkersBeforeAndTheNextMakesTheRest) {
-  for (const std::size_t failing : {1, 2, 3}) {
+  for (const std::size_t failing : {1u, 2u, 3u}) {
     QVRSysThreadPool pool(3);
     {
       const PlatformPlan plan("createThread", EAGAIN, failing);
@@ -91,7 +91,7 @@ TEST_F(QVRSysThreadPoolFailureTest, APoolWhoseStartFailedCanBeStoppedAndDestroye
 }
 
 TEST_F(QVRSysThreadPoolFailureTest, AnEnlargeThatFailsKeepsTheSizeAskedForAndTheWorkersMade) {
-  for (const std::size_t failing : {1, 2, 3}) {
+  for (const std::size_t failing : {1u, 2u, 3u}) {
     QVRSysThreadPool pool(1);
     pool.start();
     {

@@ -33,6 +33,12 @@ const AssertRecord kNotLarger{"Assertion", "newSize > size_",
 
 static_assert(!std::has_virtual_destructor_v<QVRSysThreadPool>);
 
+/// One that may be deleted, as none is derived from it.
+class OwnedPool final : public QVRSysThreadPool {
+ public:
+  using QVRSysThreadPool::QVRSysThreadPool;
+};
+
 /// Nothing is reported unless a test says so.
 class QVRSysThreadPoolTest : public testing::Test {
  protected:
@@ -187,7 +193,7 @@ TEST_F(QVRSysThreadPoolTest, AStartOfARunningPoolChangesNothing) {
 TEST_F(QVRSysThreadPoolTest, ItsDestructorWaitsForWhatRunsAndDropsTheRest) {
   const auto dropped = std::make_shared<int>(0);
   HeldTask held;
-  auto pool = std::make_unique<QVRSysThreadPool>(1);
+  auto pool = std::make_unique<OwnedPool>(1);
   pool->start();
   pool->enqueue(held.runnable());
   held.awaitStart();
@@ -476,7 +482,7 @@ TEST_F(QVRSysThreadPoolTest, AWorkerMayDestroyThePool) {
   for (const int workers : {1, 3}) {
     const auto dropped = std::make_shared<int>(0);
     std::latch destroyed(1);
-    auto pool = std::make_unique<QVRSysThreadPool>(workers);
+    auto pool = std::make_unique<OwnedPool>(workers);
     QVRSysThreadPool& started = *pool;
     pool->enqueue(task([&] {
       pool.reset();
@@ -491,7 +497,7 @@ TEST_F(QVRSysThreadPoolTest, AWorkerMayDestroyThePool) {
 }
 
 TEST_F(QVRSysThreadPoolTest, AWorkerThatDestroysThePoolWaitsForTheOthers) {
-  auto owner = std::make_unique<QVRSysThreadPool>(2);
+  auto owner = std::make_unique<OwnedPool>(2);
   QVRSysThreadPool& pool = *owner;
   HeldTask held;
   std::latch destroyed(1);
@@ -515,7 +521,7 @@ TEST_F(QVRSysThreadPoolTest, AWorkerThatDestroysThePoolWaitsForTheOthers) {
 
 TEST_F(QVRSysThreadPoolTest, AWorkerMayDestroyThePoolWhileAnotherThreadStopsIt) {
   for (const int workers : {1, 2, 4}) {
-    auto pool = std::make_unique<QVRSysThreadPool>(workers);
+    auto pool = std::make_unique<OwnedPool>(workers);
     bool isDestroyed = false;
     pool->start();
 

@@ -328,6 +328,31 @@ TEST(QVRSysThreadStopTest, CancelRunsNoDestructors) {
   pthread_key_delete(key);
 }
 
+TEST(QVRSysThreadStopTest, NextThreadHasNoValuesOfACancelledOne) {
+  static std::atomic<int> destroyed = 0;
+  std::vector<pthread_key_t> keys(100);
+  for (auto& key : keys) pthread_key_create(&key, [](void*) { ++destroyed; });
+  bool hasValue = false;
+  const StoppedThread thread([&] {
+    for (const auto key : keys) {
+      hasValue = hasValue || pthread_getspecific(key) != nullptr;
+      pthread_setspecific(key, &destroyed);
+    }
+    sleepForEver();
+  });
+  for (int i = 0; i < 10; ++i) {
+    thread.awaitSleep();
+    EXPECT_TRUE(thread->cancel());
+    std::thread([] {}).join();
+    thread->start();
+  }
+  EXPECT_TRUE(thread->cancel());
+
+  EXPECT_FALSE(hasValue);
+  EXPECT_EQ(destroyed, 0);
+  for (const auto key : keys) pthread_key_delete(key);
+}
+
 TEST(QVRSysThreadStopTest, ThreadIsStoppedInTheDestructorOfItsThreadLocalObject) {
   Counter counter;
   const StoppedThread thread([&] { local.atEnd = std::ref(counter); });

@@ -1,4 +1,5 @@
 // The signatures of the locks that other modules compile against.
+#include <cstddef>
 #include <utility>
 
 #include "QVRAtomicCounter.h"
@@ -13,7 +14,10 @@
 #include "QVRSysLockGuard.h"
 #include "QVRSysMonitor.h"
 #include "QVRSysMutexLock.h"
+#include "QVRSysPCBuffer.h"
+#include "QVRSysPCQueue.h"
 #include "QVRSysReadLockGuard.h"
+#include "QVRSysThreadPool.h"
 #include "QVRSysUnlockGuard.h"
 #include "QVRSysWriteLockGuard.h"
 #include "contract/Signature.h"
@@ -214,6 +218,55 @@ static_assert(!noexcept(std::declval<C&>().signal()) && !noexcept(std::declval<C
               !noexcept(std::declval<C&>().wait()));
 
 }  // namespace condition
+
+namespace buffers {
+
+using B = QVRSysPCBuffer;
+static_assert(std::is_base_of_v<QVRSysMonitor, B> && std::is_abstract_v<B> &&
+              std::has_virtual_destructor_v<B> && !std::is_nothrow_destructible_v<B> &&
+              std::is_destructible_v<B> && isNeitherCopiedNorMoved<B> && !LocksInPublic<B>);
+static_assert(has<bool (B::*)() const>(&B::hasItems) && has<bool (B::*)() const>(&B::hasRoom) &&
+              has<std::size_t (B::*)() const>(&B::count) && has<void (B::*)()>(&B::clear) &&
+              has<std::size_t (B::*)() const>(&B::getCapacity) &&
+              has<void (B::*)(std::size_t)>(&B::setCapacity));
+
+struct Derived : B {
+  Derived() : B() {}
+  explicit Derived(std::size_t capacity) : B(capacity) {}
+  static_assert(std::is_same_v<decltype(itemsAvailable_), QVRSysCondition> &&
+                std::is_same_v<decltype(roomAvailable_), QVRSysCondition> &&
+                std::is_same_v<decltype(capacity_), std::size_t>);
+  bool hasItems() const override { return false; }
+  bool hasRoom() const override { return false; }
+  std::size_t count() const override { return 0; }
+  void clear() override {}
+};
+static_assert(!std::is_abstract_v<Derived>);
+
+using Q = QVRSysPCQueue<int>;
+static_assert(std::is_base_of_v<B, Q> && !std::is_final_v<Q> &&
+              std::is_default_constructible_v<Q> && makesExplicitly<Q, std::size_t> &&
+              isNeitherCopiedNorMoved<Q> && !LocksInPublic<Q>);
+static_assert(has<bool (Q::*)(const int&)>(&Q::put) && has<bool (Q::*)(int&&)>(&Q::put) &&
+              has<bool (Q::*)(int&)>(&Q::get) && has<void (Q::*)()>(&Q::stop) &&
+              has<void (Q::*)()>(&Q::restart));
+
+}  // namespace buffers
+
+namespace pool {
+
+using P = QVRSysThreadPool;
+static_assert(std::is_base_of_v<QVRSysMonitor, P> && !std::has_virtual_destructor_v<P> &&
+              !std::is_final_v<P> && makesExplicitly<P, int> &&
+              !std::is_default_constructible_v<P> && isNeitherCopiedNorMoved<P> &&
+              std::is_nothrow_destructible_v<P> && !LocksInPublic<P>);
+static_assert(has<void (P::*)()>(&P::start) && has<void (P::*)()>(&P::stop) &&
+              has<bool (P::*)(QVRCountedPointer<QVRSysIRunnableBody>)>(&P::enqueue) &&
+              has<void (P::*)(std::size_t)>(&P::enlarge) &&
+              has<std::size_t (P::*)() const>(&P::size) &&
+              has<std::size_t (P::*)() const>(&P::numberTasksPending));
+
+}  // namespace pool
 
 namespace guards {
 

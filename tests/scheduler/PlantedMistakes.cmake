@@ -190,3 +190,48 @@ qvr_planted_mistake(PlantedWordReadThenMarked FOUND_BY QVRReadersWriterLock/
   LINE "  const std::uint64_t word = word_.exchange(kInTable, std::memory_order_acquire);"
   BECOMES "  const std::uint64_t word = word_.load();
   word_.store(kInTable);")
+
+# The queue and the thread pool.
+set(planted_scenarios QVRThreadScenarios)
+set(planted_library QVRScheduledThreads)
+qvr_planted_mistake(PlantedStopNotNoticed FOUND_BY QVRSysPCQueue/
+  IN include/QVRSysPCQueue.h COMPILED_IN QVRThreadsMD.m/src/QVRSysPCBuffer.cpp
+  SCENARIOS QVRSysPCQueueScenarios.cpp
+  LINE "    return _isStopped() || run_ != run;"
+  BECOMES "    return _isStopped();")
+qvr_planted_mistake(PlantedItemNotSignalled FOUND_BY QVRSysPCQueue/
+  IN include/QVRSysPCQueue.h COMPILED_IN QVRThreadsMD.m/src/QVRSysPCBuffer.cpp
+  SCENARIOS QVRSysPCQueueScenarios.cpp
+  LINE "    itemsAvailable_.signal();
+    return true;"
+  BECOMES "    return true;")
+qvr_planted_mistake(PlantedRoomNotAwaitedAgain FOUND_BY QVRSysPCQueue/
+  IN include/QVRSysPCQueue.h COMPILED_IN QVRThreadsMD.m/src/QVRSysPCBuffer.cpp
+  SCENARIOS QVRSysPCQueueScenarios.cpp
+  LINE "      if (!isFull()) return true;
+      roomAvailable_.wait();"
+  BECOMES "      if (!isFull()) return true;
+      roomAvailable_.wait();
+      return true;")
+qvr_planted_mistake(PlantedStopHoldsThePool FOUND_BY QVRSysThreadPool/
+  IN QVRThreadsMD.m/src/QVRSysThreadPool.cpp
+  LINE "  tasks_->stop();
+  guard.release();"
+  BECOMES "  tasks_->stop();")
+qvr_planted_mistake(PlantedWorkerWaitsForItself FOUND_BY QVRSysThreadPool/
+  IN QVRThreadsMD.m/src/QVRPoolTasks.cpp
+  LINE "    if (caller != nullptr && caller->isAwaited_) return false;"
+  BECOMES "")
+qvr_planted_mistake(PlantedAwaitedUnheard FOUND_BY QVRSysThreadPool/
+  IN QVRThreadsMD.m/src/QVRPoolTasks.cpp
+  LINE "  worker.isAwaited_ = true;
+  changeMoved_.signalAll();"
+  BECOMES "  worker.isAwaited_ = true;")
+qvr_planted_mistake(PlantedEndUnnoted FOUND_BY QVRSysThreadPool/runsTheRestAfterTheNextStart
+  IN QVRThreadsMD.m/src/QVRPoolTasks.cpp
+  LINE "  if (!std::exchange(worker.isLooping_, false)) return;"
+  BECOMES "  if (!worker.isLooping_) return;")
+qvr_planted_mistake(PlantedDismissedSleepsOn FOUND_BY QVRSysThreadPool/reducedWhileItIsFed
+  IN QVRThreadsMD.m/src/QVRPoolTasks.cpp
+  LINE "  itemsAvailable_.signalAll();"
+  BECOMES "")

@@ -7,7 +7,7 @@ QVR_REAL_FUNCTION(requestStop)
 QVR_REAL_FUNCTION(createStopTimer)
 QVR_REAL_FUNCTION(startStopTimer)
 QVR_REAL_FUNCTION(closeStopTimer)
-QVR_REAL_FUNCTION(isInsideSystem)
+QVR_REAL_FUNCTION(placeOf)
 
 namespace qvr::platform {
 
@@ -32,8 +32,8 @@ int closeStopTimer(PlatformStopTimer timer) noexcept {
 int startStopTimer(PlatformStopTimer timer, std::uint64_t nanoseconds) noexcept {
   return posix::startStopTimer(timer, nanoseconds);
 }
-bool isInsideSystem(const void* context, PlatformWhereabouts& whereabouts) noexcept {
-  return posix::isInsideSystem(context, whereabouts);
+PlatformPlace placeOf(const void* context, PlatformWhereabouts& whereabouts) noexcept {
+  return posix::placeOf(context, whereabouts);
 }
 
 }  // namespace qvr::platform

@@ -12,11 +12,13 @@
 #include "QVRSystem/internal/QVRAtomic.h"
 #include "QVRSystem/internal/QVRBiasedLock.h"
 #include "QVRSystem/internal/QVRFork.h"
+#include "QVRSystem/internal/QVRThreadState.h"
 
 using qvr::internal::AtomicRef;
 using qvr::internal::BiasedLock;
 using qvr::internal::ForkLock;
 using qvr::internal::ForkRank;
+using qvr::internal::ShortSection;
 
 namespace {
 
@@ -99,6 +101,7 @@ QVRPoolAllocator& QVRPoolAllocator::CreateGlobal() {
 
 // @return whether there was none before.
 bool QVRPoolAllocator::Publish(std::unique_ptr<QVRPoolAllocator>& made) {
+  const ShortSection section;
   const QVRSysFastMutexLock::LockGuard guard(creationLock);
   if (global_ != nullptr) return false;
   AtomicRef<QVRPoolAllocator*>(global_).store(made.release(), std::memory_order_release);

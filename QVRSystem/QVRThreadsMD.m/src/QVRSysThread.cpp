@@ -120,9 +120,10 @@ bool QVRSysThreadBody::suspend() {
 
 // Whoever finds it suspended can resume it at once.
 bool QVRSysThreadBody::suspendSelf() {
-  checkSuspension(thread_->suspendCaller());
+  Thread& self = *thread_;
+  checkSuspension(self.suspendCaller());
   setState(QVR_SYS_SUSPENDED);
-  thread_->stand();
+  self.stand();
   return true;
 }
 
@@ -165,8 +166,10 @@ bool QVRSysThreadBody::joinRunning() {
 bool QVRSysThreadBody::cancel() {
   if (isIdle()) return true;
   if (thread_ == nullptr) return false;
-  if (thread_->isCaller()) setState(QVR_SYS_IDLE);
-  if (!thread_->cancel()) return false;
+  Thread& thread = *thread_;
+  // Whoever finds it idle may start another one at once.
+  if (thread.isCaller()) setState(QVR_SYS_IDLE);
+  if (!thread.cancel()) return false;
   setState(QVR_SYS_IDLE);
   return true;
 }

@@ -103,14 +103,16 @@ class SystemCode {
       forEachDefinition(name, [this](Address function) { addModule(function); });
     }
     if (!unwinderIsLockless()) addModule(reinterpret_cast<Address>(&_Unwind_RaiseException));
-    for (const char* name :
-         {"memcpy",    "memmove",   "mempcpy", "memset",  "memcmp", "bcmp",
-          "memchr",    "memrchr",   "strlen",  "strnlen", "strchr", "strrchr",
-          "strchrnul", "rawmemchr", "strcmp",  "strncmp", "strcpy", "strncpy",
-          "stpcpy",    "stpncpy",   "wmemcpy", "wmemset", "wcslen", "_dl_find_object"}) {
+    for (const char* name : kLockless) {
       forEachDefinition(name, [this](Address function) { lockless_.add(function); });
     }
+    if (const auto inLoader = reinterpret_cast<Address>(dlsym(RTLD_NEXT, "__tls_get_addr"))) {
+      loader_ = moduleOf(inLoader);
+    }
+    mutexLock_ = reinterpret_cast<Address>(dlsym(RTLD_NEXT, "pthread_mutex_lock"));
     addModule(getauxval(AT_SYSINFO_EHDR));
+    lockWait_ =
+        reinterpret_cast<Address>(dlvsym(RTLD_DEFAULT, "__lll_lock_wait_private", "GLIBC_PRIVATE"));
   }
 
   bool contains(Address instruction) const {
@@ -118,12 +120,98 @@ class SystemCode {
                                [&](const Range& range) { return range.contains(instruction); });
   }
 
+  bool isLoader(Address instruction) const {
+    return std::ranges::any_of(loader_.values(),
+                               [&](const Range& range) { return range.contains(instruction); });
+  }
+
+  /// Those in which a thread sleeps for a lock: one of the C library's own, and one of anybody's.
+  bool isLockWait(Address function) const { return function != 0 && function == lockWait_; }
+  bool isMutexLock(Address function) const { return function != 0 && function == mutexLock_; }
+
   /// Whether the function that begins there takes no lock and calls none that does.
   bool isLockless(Address function) const {
     return std::ranges::find(lockless_.values(), function) != lockless_.values().end();
   }
 
  private:
+  // A thread may do little else for long than copy memory or call the kernel. What the C
+  // library itself calls them for is another matter, and seen from their callers.
+  static constexpr const char* kLockless[] = {"memcpy",
+                                              "memmove",
+                                              "mempcpy",
+                                              "memset",
+                                              "memcmp",
+                                              "bcmp",
+                                              "memchr",
+                                              "memrchr",
+                                              "strlen",
+                                              "strnlen",
+                                              "strchr",
+                                              "strrchr",
+                                              "strchrnul",
+                                              "rawmemchr",
+                                              "strcmp",
+                                              "strncmp",
+                                              "strcpy",
+                                              "strncpy",
+                                              "stpcpy",
+                                              "stpncpy",
+                                              "wmemcpy",
+                                              "wmemset",
+                                              "wcslen",
+                                              "_dl_find_object",
+                                              "read",
+                                              "write",
+                                              "pread",
+                                              "pread64",
+                                              "pwrite",
+                                              "pwrite64",
+                                              "readv",
+                                              "writev",
+                                              "recv",
+                                              "recvfrom",
+                                              "recvmsg",
+                                              "send",
+                                              "sendto",
+                                              "sendmsg",
+                                              "lseek",
+                                              "lseek64",
+                                              "open",
+                                              "open64",
+                                              "openat",
+                                              "openat64",
+                                              "close",
+                                              "stat",
+                                              "stat64",
+                                              "fstat",
+                                              "fstat64",
+                                              "lstat",
+                                              "lstat64",
+                                              "fstatat",
+                                              "fstatat64",
+                                              "ioctl",
+                                              "poll",
+                                              "ppoll",
+                                              "select",
+                                              "pselect",
+                                              "epoll_wait",
+                                              "madvise",
+                                              "fsync",
+                                              "fdatasync",
+                                              "getppid",
+                                              "getpid",
+                                              "sched_yield",
+                                              "nanosleep",
+                                              "access",
+                                              "unlink",
+                                              "rename",
+                                              "mmap",
+                                              "clock_nanosleep",
+                                              "clock_gettime",
+                                              "munmap",
+                                              "mprotect"};
+
   // The unwinder took the loader's lock before there was a look-up without. A thread that
   // does little but throw is hardly ever found elsewhere.
   static bool unwinderIsLockless() { return dlsym(RTLD_DEFAULT, "_dl_find_object") != nullptr; }
@@ -139,9 +227,13 @@ class SystemCode {
 
   void addModule(Address inside) {
     if (inside == 0 || contains(inside)) return;
+    for (const Range& range : moduleOf(inside).values()) ranges_.add(range);
+  }
+
+  static Table<Range, 4> moduleOf(Address inside) {
     Search search{inside, {}, false};
     dl_iterate_phdr(&findModule, &search);
-    for (const Range& range : search.code.values()) ranges_.add(range);
+    return search.code;
   }
 
   struct Search {
@@ -169,7 +261,10 @@ class SystemCode {
   }
 
   Table<Range, 16> ranges_;
-  Table<Address, 64> lockless_;
+  Table<Address, 256> lockless_;
+  Table<Range, 4> loader_;
+  Address lockWait_ = 0;
+  Address mutexLock_ = 0;
 };
 
 // Never freed: a signal may come at any time.
@@ -203,35 +298,75 @@ bool isAsleep(const Registers& at, PlatformWhereabouts& whereabouts) {
   return whereabouts.times >= kAgainAndAgain;
 }
 
-/// A walk up the stack from where the signal came.
-struct CallerSearch {
-  Address interrupted;
-  bool isThere = false;
-  bool isInside = false;
+/// The innermost calls of a thread that was found in the system's code, out to the first that
+/// is not. No further: what others tell of their frames need not be true.
+class Calls {
+ public:
+  struct Call {
+    Address instruction;
+    Address function;  // where that begins; 0 where nothing is known of it
+  };
+
+  explicit Calls(Address interrupted) : interrupted_(interrupted) {
+    _Unwind_Backtrace(&addFrame, this);
+  }
+
+  std::span<const Call> innermost() const { return {calls_.data(), size_}; }
+
+ private:
+  static _Unwind_Reason_Code addFrame(_Unwind_Context* frame, void* calls) {
+    return static_cast<Calls*>(calls)->add(frame);
+  }
+
+  // The first frames are those of the handler.
+  _Unwind_Reason_Code add(_Unwind_Context* frame) {
+    int isInterrupted = 0;
+    const Address instruction = _Unwind_GetIPInfo(frame, &isInterrupted);
+    if (size_ == 0 && (isInterrupted == 0 || instruction != interrupted_)) return _URC_NO_REASON;
+    calls_[size_++] = {instruction, _Unwind_GetRegionStart(frame)};
+    const bool isLast = size_ == calls_.size() || !systemCode().contains(instruction);
+    return isLast ? _URC_END_OF_STACK : _URC_NO_REASON;
+  }
+
+  const Address interrupted_;
+  std::size_t size_ = 0;
+  std::array<Call, 24> calls_{};
 };
 
-_Unwind_Reason_Code lookAtFrame(_Unwind_Context* frame, void* argument) {
-  auto& search = *static_cast<CallerSearch*>(argument);
-  int isInterrupted = 0;
-  const Address instruction = _Unwind_GetIPInfo(frame, &isInterrupted);
-  if (!search.isThere) {
-    search.isThere = isInterrupted != 0 && instruction == search.interrupted;
-    if (!search.isThere) return _URC_NO_REASON;
-  }
-  if (!systemCode().contains(instruction)) return _URC_END_OF_STACK;
-  search.isInside = !systemCode().isLockless(_Unwind_GetRegionStart(frame));
-  return search.isInside ? _URC_END_OF_STACK : _URC_NO_REASON;
+Address functionAt(Address instruction) {
+  return reinterpret_cast<Address>(
+      _Unwind_FindEnclosingFunction(reinterpret_cast<void*>(instruction + 1)));
 }
 
-// Copying memory may take as long as all the rest of a thread's work, and holds no lock; but
-// the heap and the streams copy memory too.
+// The heap and the streams copy memory and call the kernel too.
 bool isLocklessForCaller(Address instruction) {
-  const auto function = reinterpret_cast<Address>(
-      _Unwind_FindEnclosingFunction(reinterpret_cast<void*>(instruction + 1)));
-  if (!systemCode().isLockless(function)) return false;
-  CallerSearch search{instruction};
-  _Unwind_Backtrace(&lookAtFrame, &search);
-  return search.isThere && !search.isInside;
+  if (!systemCode().isLockless(functionAt(instruction))) return false;
+  for (const auto& call : Calls(instruction).innermost()) {
+    if (!systemCode().contains(call.instruction)) return true;
+    if (!systemCode().isLockless(call.function)) return false;
+  }
+  return false;
+}
+
+// The heap has threads wait for one of its locks while they hold another of the system's. A
+// mutex that the system's libraries take is one of theirs.
+bool awaitsSystem(Address instruction) {
+  if (systemCode().isLockWait(functionAt(instruction))) return true;
+  const Calls calls(instruction);
+  const auto innermost = calls.innermost();
+  return innermost.size() > 2 && systemCode().isMutexLock(innermost[1].function) &&
+         systemCode().contains(innermost[2].instruction);
+}
+
+// Whether a return into the loader is among what is on top of the stack, as while it runs a
+// library's initialisers. What was left there by earlier calls may look the same. Not past
+// the page: nothing else may be there.
+bool isUnderLoader(const Registers& at) {
+  constexpr std::size_t kMostWords = 64;
+  constexpr Address kPageSize = 4096;
+  const std::size_t onPage = (kPageSize - at.stack % kPageSize) / sizeof(Address);
+  const std::span words(reinterpret_cast<const Address*>(at.stack), std::min(onPage, kMostWords));
+  return std::ranges::any_of(words, [](Address word) { return systemCode().isLoader(word); });
 }
 
 }  // namespace
@@ -274,10 +409,12 @@ int closeStopTimer(PlatformStopTimer timer) noexcept {
   return timer_delete(timer) == 0 ? 0 : errno;
 }
 
-bool isInsideSystem(const void* context, PlatformWhereabouts& whereabouts) noexcept {
+PlatformPlace placeOf(const void* context, PlatformWhereabouts& whereabouts) noexcept {
+  using enum PlatformPlace;
   const Registers at = registersOf(context);
-  return systemCode().contains(at.instruction) && !isAsleep(at, whereabouts) &&
-         !isLocklessForCaller(at.instruction);
+  if (!systemCode().contains(at.instruction)) return isUnderLoader(at) ? kUnderLoader : kElsewhere;
+  if (isAsleep(at, whereabouts)) return awaitsSystem(at.instruction) ? kAwaitsSystem : kElsewhere;
+  return isLocklessForCaller(at.instruction) ? kElsewhere : kInSystem;
 }
 
 }  // namespace qvr::QVR_PLATFORM

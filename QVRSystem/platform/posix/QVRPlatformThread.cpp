@@ -1,5 +1,6 @@
 #include "QVRSystem/platform/QVRPlatformThread.h"
 
+#include <limits.h>
 #include <linux/futex.h>
 #include <linux/membarrier.h>
 #include <pthread.h>
@@ -9,6 +10,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
 #include <ctime>
 
 #include "QVRSystem/platform/posix/QVRPosixNotCancelled.h"
@@ -117,6 +119,8 @@ int holdCancellation(int& before) noexcept {
 
 int restoreCancellation(int before) noexcept { return pthread_setcancelstate(before, nullptr); }
 
+static_assert(kThreadEndRounds <= PTHREAD_DESTRUCTOR_ITERATIONS);
+
 int createThreadKey(std::uint32_t& key, void (*atEnd)(void*)) noexcept {
   static_assert(sizeof(pthread_key_t) == sizeof(key));
   return pthread_key_create(&key, atEnd);
@@ -143,7 +147,13 @@ int joinThread(PlatformThread thread) noexcept {
 
 int detachCallingThread() noexcept { return pthread_detach(pthread_self()); }
 
+// The C library hands the thread's block on with its stack. What it holds for a key would be
+// the next thread's, and destroyed with that.
 void exitThread() noexcept {
+  // The C library hands the stack on to the next thread, with the values of the keys.
+  for (pthread_key_t key = 0; key < PTHREAD_KEYS_MAX; ++key) {
+    if (pthread_getspecific(key) != nullptr) pthread_setspecific(key, nullptr);
+  }
   for (;;) syscall(SYS_exit, 0);
 }
 

@@ -46,6 +46,15 @@ class ShortSection {
   ShortSection& operator=(const ShortSection&) = delete;
 };
 
+/// As much of it as is read by name.
+struct ThreadState {
+  struct Marks {
+    std::uint32_t load() const noexcept { return scheduler::shortSections(); }
+  };
+  Marks shortSections;
+};
+inline constexpr ThreadState threadState{};
+
 /// Nothing ends the scheduler's threads from outside.
 class EndableWait {
  public:
