@@ -11,6 +11,7 @@
 
 #include "Checksum.h"
 #include "QVRSysDate.h"
+#include "QVRUUID.h"
 
 namespace catalogue {
 
@@ -57,6 +58,7 @@ struct Catalogue {
   /// their paths; nothing if they were not all asked for, or not all reached.
   std::optional<Checksum> checksum;
   bool isInterrupted = false;
+  QVRUUID run = QVRUUID::Nil;  ///< tells the walk from all others, on whatever machine
   double elapsedSeconds = 0;
 
   /// Adds what was read of a regular file; totals.regularFiles is not touched.

@@ -75,6 +75,7 @@ void writeUnreadable(const std::vector<Unreadable>& entries, std::ostream& out) 
 void writeCsv(const Machine& machine, const Catalogue& catalogue, const Options& options,
               std::ostream& out) {
   out << kHeader;
+  writeRecord({"run", "uuid", catalogue.run.toString()}, out);
   writeMachine(machine, out);
   writeTotals(catalogue.totals, out);
   if (options.checksum) {

@@ -76,7 +76,7 @@ void writeUnreadable(const std::vector<Unreadable>& entries, std::ostream& out) 
 
 void writeJson(const Machine& machine, const Catalogue& catalogue, const Options& options,
                std::ostream& out) {
-  out << "{\n";
+  out << "{\n  \"run\": \"" << catalogue.run << "\",\n";
   writeMachine(machine, out);
   writeTotals(catalogue.totals, out);
   if (options.checksum) {

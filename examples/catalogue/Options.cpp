@@ -10,6 +10,7 @@
 #include <system_error>
 #include <utility>
 
+#include "DirectoryListing.h"
 #include "Plugins.h"
 #include "Printable.h"
 #include "QVREAccessDenied.h"
@@ -37,6 +38,7 @@ constexpr char kHelp[] =
     "  --format=FORMAT    report as text (if not given), csv or json\n"
     "  --checksum[=NAME]  read the files, too: the checksum of the contents of all, and of each\n"
     "                     of the largest; crc32 (if not given), sha256 or that of a plug-in\n"
+    "  --output=FILE      write the report to this file rather than to standard output\n"
     "  --plugins=FOLDERS  look for plug-ins in these folders, separated by ';', first\n"
     "  --threads=N        walk with so many threads, 1 to 1024; with one for each processor if\n"
     "                     not given\n"
@@ -73,6 +75,11 @@ int threadCount(std::string_view number) {
 int threadCountOfMachine() {
   return static_cast<int>(
       std::clamp<std::uint64_t>(QVRSystemInfo::GetProcessorCount(), 1, kMostThreads));
+}
+
+std::string outputNamed(const std::string& file) {
+  if (!file.empty() && isNameable(file)) return file;
+  refuse<QVREInvalidArgument>(u"'%1' is no name for the report's file", file, __LINE__);
 }
 
 /// What stands behind the equals sign of the option that has this beginning.
@@ -137,6 +144,8 @@ void Reader::readOption(std::string_view option) {
     checksum_ = kUsualChecksum;
   } else if (const auto name = valueOf(option, "--checksum=")) {
     checksum_ = name;
+  } else if (const auto file = valueOf(option, "--output=")) {
+    options_.output = outputNamed(*file);
   } else if (const auto folders = valueOf(option, "--plugins=")) {
     plugins_ = *folders;
   } else if (const auto number = valueOf(option, "--threads=")) {

@@ -17,6 +17,7 @@ struct Options {
   int threads = 1;
   /// Of the contents; null if they are not to be read.
   const CatalogueChecksum* checksum = nullptr;
+  std::string output;  ///< the file for the report; empty for standard output
   bool help = false;
 };
 

@@ -29,7 +29,8 @@ void writeFact(const wchar16* label, const std::string& value, std::ostream& out
   out << message << printable(value) << '\n';
 }
 
-void writeMachine(const Machine& machine, std::ostream& out) {
+void writeHeader(const QVRUUID& run, const Machine& machine, std::ostream& out) {
+  writeFact(u"run", run.toString(), out);
   writeFact(u"host", machine.host, out);
   writeFact(u"user", machine.user, out);
   writeFact(u"processors", std::to_string(machine.processors), out);
@@ -124,7 +125,7 @@ void writeUnreadable(const std::vector<Unreadable>& entries, std::ostream& out) 
 
 void writeText(const Machine& machine, const Catalogue& catalogue, const Options& options,
                std::ostream& out) {
-  writeMachine(machine, out);
+  writeHeader(catalogue.run, machine, out);
   writeTotals(catalogue.totals, out);
   const std::optional<Column> column = columnFor(options.checksum);
   if (column) writeTotal(column->title, orUnknown(digitsOf(catalogue.checksum)), out);

@@ -270,6 +270,7 @@ Catalogue walk(const Options& options, Progress& progress, const Interruption& i
   watch.start();
   Catalogue catalogue = Walk(options, progress, interruption).run();
   catalogue.elapsedSeconds = watch.read();
+  catalogue.run.generate();
   return catalogue;
 }
 

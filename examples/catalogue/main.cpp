@@ -2,24 +2,22 @@
 #include <sys/resource.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <clocale>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <sstream>
 #include <string>
-#include <system_error>
 #include <vector>
 
 #include "Catalogue.h"
 #include "Interruption.h"
 #include "Machine.h"
 #include "Options.h"
+#include "Output.h"
 #include "Progress.h"
-#include "QVREWriteFault.h"
+#include "QVRException.h"
 #include "QVRTraceCall.h"
 #include "QVRTraceLog.h"
 #include "Report.h"
@@ -28,8 +26,6 @@
 namespace {
 
 using namespace catalogue;
-
-constexpr char kSource[] = "examples/catalogue/main";
 
 enum ExitStatus {
   kAllRead = 0,
@@ -58,22 +54,10 @@ std::uint64_t raiseDescriptorLimit() {
 
 /// As many threads as there are descriptors for: each has one file or directory open at a time.
 int affordableThreads(int wanted) {
-  constexpr std::uint64_t kOtherDescriptors = 6;
+  constexpr std::uint64_t kOtherDescriptors = 7;
   const std::uint64_t limit = raiseDescriptorLimit();
   const std::uint64_t left = limit - std::min(limit, kOtherDescriptors);
   return static_cast<int>(std::clamp<std::uint64_t>(left, 1, static_cast<std::uint64_t>(wanted)));
-}
-
-/// Writes all at once: nothing comes out before all is known.
-void print(const std::string& text) {
-  errno = 0;
-  if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0) {
-    return;
-  }
-  const std::error_code reason(errno, std::generic_category());
-  QVREWriteFault fault(u"the report cannot be written: %1", kSource, __LINE__);
-  fault << reason.message();
-  throw fault;
 }
 
 Catalogue catalogueTree(const Options& options) {
@@ -87,16 +71,20 @@ ExitStatus statusFor(const Catalogue& catalogue) {
   return catalogue.unreadable.empty() ? kAllRead : kSomeUnreadable;
 }
 
-ExitStatus report(const Options& options) {
+ExitStatus help() {
   std::ostringstream out;
-  if (options.help) {
-    writeHelp(out);
-    print(out.str());
-    return kAllRead;
-  }
+  writeHelp(out);
+  Output("").write(out.str());
+  return kAllRead;
+}
+
+/// The report comes out when all of it is known.
+ExitStatus report(const Options& options) {
+  Output output(options.output);
   const Catalogue catalogue = catalogueTree(options);
+  std::ostringstream out;
   writeReport(thisMachine(), catalogue, options, out);
-  print(out.str());
+  output.write(out.str());
   return statusFor(catalogue);
 }
 
@@ -112,6 +100,7 @@ ExitStatus run(const std::vector<std::string>& arguments) {
   } catch (const QVRException& wrongUse) {
     return fail(wrongUse, kWrongUse);
   }
+  if (options.help) return help();
   options.threads = affordableThreads(options.threads);
   return report(options);
 }

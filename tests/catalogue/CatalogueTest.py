@@ -22,6 +22,7 @@ import tempfile
 import termios
 import threading
 import unittest
+import uuid
 import zlib
 
 PROGRAM = None  # set by main()
@@ -227,7 +228,8 @@ class Counts(CatalogueTest):
     def test_empty_directory_is_one_directory(self):
         catalogue = self.catalogue(self.tree)
 
-        del catalogue["elapsedSeconds"], catalogue["system"]
+        for own in ("run", "system", "elapsedSeconds"):
+            del catalogue[own]
         totals = {"directories": 1, "regularFiles": 0, "otherEntries": 0, "bytes": 0}
         self.assertEqual(
             catalogue, {"totals": totals, "byYear": [], "largest": [], "unreadable": []}
@@ -240,7 +242,8 @@ class Counts(CatalogueTest):
         taken = json.loads(run("--format=json", cwd=self.tree).stdout)
 
         self.assertEqual(taken["largest"][0]["path"], "./deep/file")
-        del given["elapsedSeconds"], taken["elapsedSeconds"]
+        for catalogue in (given, taken):
+            del catalogue["run"], catalogue["elapsedSeconds"]
         self.assertEqual(taken, given)
 
     def test_given_link_is_entered(self):
@@ -429,7 +432,7 @@ class Reading(CatalogueTest):
                     **self.asNobody,
                 )
                 self.assertEqual((result.returncode, result.stderr), (1, b""))
-                reports.add(without_time(result.stdout))
+                reports.add(without_its_own(result.stdout))
 
             self.assertEqual(len(reports), 1)
             catalogue = json.loads(result.stdout)
@@ -625,7 +628,7 @@ class Formats(CatalogueTest):
     def test_json_numbers_are_numbers(self):
         catalogue = self.catalogue(self.tree, status=1)
 
-        members = ["system", "totals", "byYear", "largest", "unreadable", "elapsedSeconds"]
+        members = ["run", "system", "totals", "byYear", "largest", "unreadable", "elapsedSeconds"]
         self.assertEqual(list(catalogue), members)
         self.assertGreaterEqual(catalogue["elapsedSeconds"], 0)
         file = catalogue["largest"][0]
@@ -641,6 +644,7 @@ class Formats(CatalogueTest):
         text = result.stdout.decode("utf-8", "surrogateescape")
         header, *rows = csv.reader(io.StringIO(text, newline=""))
         self.assertEqual(",".join(header), "record,name,value,bytes,date,error,what,where")
+        self.assertEqual(rows[0][:2] + rows[0][3:], ["run", "uuid"] + [""] * 5)
         facts = ("system", catalogue["system"]), ("total", catalogue["totals"])
         expected = [
             [record, name, str(value)] + [""] * 5
@@ -656,7 +660,7 @@ class Formats(CatalogueTest):
         for entry in catalogue["unreadable"]:
             expected.append(["unreadable", entry["path"], "", "", "", *list(entry.values())[1:]])
         shown = [[as_in_json(os.fsencode(field)) for field in row] for row in rows]
-        self.assertEqual(shown[:-1], expected)
+        self.assertEqual(shown[1:-1], expected)
         self.assertEqual(shown[-1][:2], ["elapsed", "seconds"])
 
     def test_text_keeps_to_its_lines(self):
@@ -667,14 +671,16 @@ class Formats(CatalogueTest):
         self.assertEqual((result.returncode, result.stderr), (1, b""))
         self.assertNotIn(b"\x1b", result.stdout)
         lines = result.stdout.decode("utf-8", "surrogateescape").splitlines()
-        system = dict(line.split(maxsplit=1) for line in lines[:4])
+        run_label, _ = lines[0].split()
+        self.assertEqual(run_label, "run")
+        system = dict(line.split(maxsplit=1) for line in lines[1:5])
         release = "release " + catalogue["system"].pop("release")
         self.assertEqual(
             system,
             {name: str(value) for name, value in catalogue["system"].items()} | {"system": release},
         )
         labels = ["directories", "regular files", "other entries", "bytes"]
-        totals = [re.fullmatch(r"([a-z ]+?) +(\d+)", line).groups() for line in lines[5:9]]
+        totals = [re.fullmatch(r"([a-z ]+?) +(\d+)", line).groups() for line in lines[6:10]]
         self.assertEqual(
             totals, list(zip(labels, (str(n) for n in catalogue["totals"].values())))
         )
@@ -690,13 +696,23 @@ class Formats(CatalogueTest):
             self.assertTrue(any(re.fullmatch(" +" + row, line) for line in lines), item)
 
     def test_text_is_the_format_where_none_is_given(self):
-        without_time = [
-            re.sub(rb"elapsed: .*", b"", run(*arguments, self.tree).stdout)
+        reports = {
+            without_its_own(run(*arguments, self.tree).stdout)
             for arguments in ([], ["--format=text"], ["--format=json", "--format=text"])
-        ]
+        }
 
-        self.assertEqual(without_time[0], without_time[1])
-        self.assertEqual(without_time[0], without_time[2])
+        self.assertEqual(len(reports), 1)
+
+    def test_every_run_has_an_identifier_of_its_own(self):
+        seen = set()
+        for form, label in (("text", "run +"), ("csv", "run,uuid,"), ("json", '  "run": "')):
+            for _ in range(3):
+                report = run(f"--format={form}", self.tree).stdout.decode("utf-8", "replace")
+                seen.add(re.search(f"(?m)^{label}([-0-9a-f]+)", report).group(1))
+
+        self.assertEqual(len(seen), 9)
+        for text in seen:
+            self.assertEqual((str(uuid.UUID(text)), uuid.UUID(text).version), (text, 4))
 
     def test_reports_are_the_same_in_every_locale(self):
         self.assertIn("de_DE.UTF-8", os.listdir(LOCALES))
@@ -705,13 +721,14 @@ class Formats(CatalogueTest):
             for locale in ("C", "C.UTF-8", "de_DE.UTF-8", "ja_JP.EUC-JP", "zh_CN.GB18030"):
                 env = {"LC_ALL": locale, "LOCPATH": LOCALES}
                 result = run(f"--format={form}", self.tree, env=env)
-                reports.add(re.sub(rb"elapsed.*", b"", result.stdout))
+                reports.add(without_its_own(result.stdout))
 
             self.assertEqual(len(reports), 1)
 
 
-def without_time(report):
-    return re.sub(rb"elapsed.*", b"", report)
+def without_its_own(report):
+    """Without what differs from run to run."""
+    return re.sub(rb'(?m)^ *"?(run|elapsed).*', b"", report)
 
 
 def zlib_checksum(content):
@@ -945,7 +962,7 @@ class Threads(CatalogueTest):
                     f"--format={form}", f"--checksum={checksum}", f"--threads={threads}", directory
                 )
                 self.assertEqual((result.returncode, result.stderr), (status, b""), threads)
-                reports.add(without_time(result.stdout))
+                reports.add(without_its_own(result.stdout))
 
             self.assertEqual(len(reports), 1, (form, checksum))
 
@@ -1096,6 +1113,59 @@ class Plugins(CatalogueTest):
         self.assertEqual(self.checksum_names("--plugins=/nowhere"), [])
 
 
+class Output(CatalogueTest):
+    """Reports that go to a file."""
+
+    def test_file_has_what_standard_output_would_have(self):
+        self.make_tree_of_every_kind()
+        file = self.place(b"report")
+        for form in ("text", "csv", "json"):
+            printed = run(f"--format={form}", self.tree)
+            written = run(f"--format={form}", b"--output=" + file, self.tree)
+
+            self.assertEqual((written.returncode, written.stdout, written.stderr), (0, b"", b""))
+            with open(file, "rb") as report:
+                self.assertEqual(without_its_own(report.read()), without_its_own(printed.stdout))
+
+    def test_file_is_emptied_first_and_counted_so_within_the_tree(self):
+        self.make_file(b"tree/report", 10**7)
+
+        result = run("--format=json", "--checksum", "--output=report", cwd=self.tree)
+
+        self.assertEqual((result.returncode, result.stdout, result.stderr), (0, b"", b""))
+        with open(self.place(b"tree/report"), "rb") as report:
+            catalogue = json.load(report)
+        self.assertEqual(catalogue["totals"]["regularFiles"], 1)
+        self.assertEqual(catalogue["totals"]["bytes"], 0)
+
+    def test_file_stays_as_it_is_in_wrong_use(self):
+        file = self.make_file(b"report", 5)
+
+        for arguments in (["--bogus"], [self.place(b"gone")], ["--checksum=md5"]):
+            self.assertEqual(run(b"--output=" + file, *arguments).returncode, 2)
+            self.assertEqual(os.path.getsize(file), 5)
+
+    def test_exit_status_tells_of_what_could_not_be_read(self):
+        self.make_file(b"tree/back\\slash")
+
+        result = run(b"--output=" + self.place(b"report"), self.tree)
+
+        self.assertEqual((result.returncode, result.stdout, result.stderr), (1, b"", b""))
+
+    def test_file_that_cannot_be_written_is_told_in_one_line(self):
+        opened = b"Failed to open stream buffer for file"
+        for name, reason in (
+            (self.place(b"no/report"), b"The directory for the file does not exist"),
+            (self.place(b""), opened),
+            (self.tree, opened),
+            (b"/dev/full", b"No space left on device"),
+        ):
+            result = run(b"--output=" + name, self.tree)
+
+            line = b"catalogue: the report cannot be written to '%s': %s\n" % (name, reason)
+            self.assertEqual((result.returncode, result.stdout, result.stderr), (3, b"", line))
+
+
 class Interrupts(CatalogueTest):
     """The first interrupt has the program end with what it has, the second at once."""
 
@@ -1200,6 +1270,7 @@ class CommandLine(CatalogueTest):
         gone, dangling = self.place(b"gone"), self.place(b"dangling")
         option = b"unknown option '%s': --help lists them"
         form = b"unknown format '%s': it is text, csv or json"
+        output = b"'%s' is no name for the report's file"
         threads = b"'%s' is no number of threads: that is from 1 to 1024"
         cases = [
             ([b"--bogus"], option % b"--bogus"),
@@ -1220,6 +1291,10 @@ class CommandLine(CatalogueTest):
             ([b"--threads"], option % b"--threads"),
             ([b"--checksums"], option % b"--checksums"),
             ([b"--plugins"], option % b"--plugins"),
+            ([b"--output", b"file"], option % b"--output"),
+            ([b"--output="], output % b""),
+            ([b"--output=a\\b"], output % b"a\\b"),
+            ([b"--output=%HOME%/a"], output % b"%HOME%/a"),
             ([b"--threads="], threads % b""),
             ([b"--threads=0"], threads % b"0"),
             ([b"--threads=-1"], threads % b"-1"),
@@ -1250,7 +1325,7 @@ class CommandLine(CatalogueTest):
 
         self.assertEqual((result.returncode, result.stderr), (0, b""))
         self.assertTrue(result.stdout.startswith(b"Usage: catalogue "))
-        options = (b"--format=", b"--threads=", b"--checksum", b"--plugins=", b"--help")
+        options = (b"--format=", b"--threads=", b"--checksum", b"--output=", b"--plugins=", b"--help")
         for option in (*options, b"text", b"csv", b"json"):
             self.assertIn(option, result.stdout)
 
