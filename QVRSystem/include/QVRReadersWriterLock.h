@@ -97,6 +97,7 @@ class QVRSYSTEM_API QVRReadersWriterLock : public QVRSysIMutexLock {
   };
 
   class QueuedWait;
+  struct Growth;
 
   bool takeAlone(std::uint32_t self, std::int32_t firstHold) noexcept;
   bool giveBackAlone(std::uint32_t self) noexcept;
@@ -118,10 +119,10 @@ class QVRSYSTEM_API QVRReadersWriterLock : public QVRSysIMutexLock {
   QVRSysCriticalSection& getMonitor() const QVR_RETURN_CAPABILITY(monitor_) { return monitor_; }
 
   std::size_t findFreeEntry() const QVR_REQUIRES(monitor_);
-  void reserveEntry() QVR_REQUIRES(monitor_);
-  void grow(std::size_t entries) QVR_REQUIRES(monitor_);
-  std::unique_ptr<qvr::internal::HolderIndex> makeIndex(std::size_t entries) const
-      QVR_REQUIRES(monitor_);
+  std::size_t neededEntries() const QVR_REQUIRES(monitor_);
+  void reserveEntry(Growth& growth) QVR_REQUIRES(monitor_);
+  void fetch(Growth& growth, std::size_t entries) QVR_REQUIRES(monitor_);
+  void exchange(Growth& growth) QVR_REQUIRES(monitor_);
   void wait(Queue& queue) QVR_REQUIRES(monitor_);
   qvr::internal::Waiter* giveBack(int entry) QVR_REQUIRES(monitor_);
   qvr::internal::Waiter* takeNext() QVR_REQUIRES(monitor_);

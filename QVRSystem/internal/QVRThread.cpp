@@ -329,7 +329,9 @@ bool Thread::cancel() {
 
 bool Thread::join() noexcept {
   if (isCaller()) return false;
-  waitForEnd();
+  // A thread that could be ended in the system's join would keep others from it; any other
+  // saves a wake-up.
+  if (threadState.thread != nullptr) waitForEnd();
   return free();
 }
 

@@ -118,6 +118,7 @@ TEST(QVRSysThreadBodyFailureTest, FailedWaitMakesTheBodyIdle) {
   const ThreadPointer body = makeThread([] {});
   const RunnablePointer runnable = body->getRunnable();
   body->start();
+  awaitEnd(body->getThreadId());
   {
     const PlatformPlan plan("joinThread", EINVAL, 1);
     EXPECT_FALSE(body->join());

@@ -74,6 +74,13 @@ std::int32_t holdsOf(std::int32_t count) {
 
 }  // namespace
 
+// Room for more holders, asked for while the monitor is free; and what it has replaced, given
+// back when that is free again.
+struct QVRReadersWriterLock::Growth {
+  std::vector<Holder> holders{};
+  std::unique_ptr<HolderIndex> index{};
+};
+
 QVRReadersWriterLock::QVRReadersWriterLock() { holders_.reserve(kFewHolders); }
 
 QVRReadersWriterLock::~QVRReadersWriterLock() = default;
@@ -84,10 +91,11 @@ void QVRReadersWriterLock::acquireRead() {
 }
 
 void QVRReadersWriterLock::joinReaders(std::uint32_t self) {
+  Growth growth;
   const ShortHold hold(monitor_);
   enterTable();
   if (isNestedRead(self)) return;
-  reserveEntry();
+  reserveEntry(growth);
   while (lockCount_ < 0 || writers_.count > 0) wait(readers_);
   enter(self, kRead);
 }
@@ -99,11 +107,12 @@ void QVRReadersWriterLock::acquireWrite() {
 
 // False where the caller reads, and so must be refused.
 bool QVRReadersWriterLock::becomeWriter(std::uint32_t self) {
+  Growth growth;
   const ShortHold hold(monitor_);
   enterTable();
   if (isUpgrade(self)) return false;
   if (isNestedWrite(self)) return true;
-  reserveEntry();
+  reserveEntry(growth);
   while (lockCount_ != 0) wait(writers_);
   enter(self, kWrite);
   return true;
@@ -260,32 +269,45 @@ std::size_t QVRReadersWriterLock::findFreeEntry() const {
   return entry;
 }
 
-// Room for every thread that holds the lock or waits, so that none fails for lack of
+// The entries for every thread that holds the lock or waits, so that none fails for lack of
 // memory once it was woken: the wake-up would be lost to the others.
-void QVRReadersWriterLock::reserveEntry() {
-  const std::int32_t waiting = readers_.count + writers_.count;
-  const std::size_t entries = holders_.size() + static_cast<std::size_t>(waiting) + 1;
-  if (entries > holders_.capacity()) grow(std::max(entries, 2 * holders_.capacity()));
+std::size_t QVRReadersWriterLock::neededEntries() const {
+  return holders_.size() + static_cast<std::size_t>(readers_.count + writers_.count) + 1;
 }
 
-void QVRReadersWriterLock::grow(std::size_t entries) {
-  const ShortSectionPause pause;  // for a caller's operator new
-  if (index_ == nullptr) {
-    index_ = makeIndex(entries);
-  } else {
-    index_->reserve(entries);
+// Room for the caller among them. A caller's operator new runs without the monitor, for which
+// others wait; what they do meanwhile is looked at again.
+void QVRReadersWriterLock::reserveEntry(Growth& growth) {
+  while (neededEntries() > holders_.capacity()) {
+    const std::size_t entries = std::max(neededEntries(), 2 * holders_.capacity());
+    fetch(growth, entries);
+    enterTable();
+    if (neededEntries() > holders_.capacity() && neededEntries() <= entries) exchange(growth);
   }
-  holders_.reserve(entries);
 }
 
-std::unique_ptr<HolderIndex> QVRReadersWriterLock::makeIndex(std::size_t entries) const {
-  auto index = std::make_unique<HolderIndex>();
-  index->reserve(entries);
+void QVRReadersWriterLock::fetch(Growth& growth, std::size_t entries) {
+  struct Pause {
+    explicit Pause(QVRSysCriticalSection& monitor) : monitor_(monitor) { monitor_.release(); }
+    ~Pause() { monitor_.acquire(); }
+    QVRSysCriticalSection& monitor_;
+  };
+  const Pause withoutMonitor(monitor_);
+  const ShortSectionPause pause;
+  growth = Growth();
+  growth.holders.reserve(entries);
+  growth.index = std::make_unique<HolderIndex>();
+  growth.index->reserve(entries);
+}
+
+void QVRReadersWriterLock::exchange(Growth& growth) {
+  growth.holders.assign(holders_.begin(), holders_.end());
   for (std::size_t i = 0; i < holders_.size(); ++i) {
     const QVRSysThreadId& thread = holders_[i].thread;
-    if (thread.isValid()) index->add(thread.getNativeThreadIdRep(), static_cast<int>(i));
+    if (thread.isValid()) growth.index->add(thread.getNativeThreadIdRep(), static_cast<int>(i));
   }
-  return index;
+  holders_.swap(growth.holders);
+  index_.swap(growth.index);
 }
 
 /// A thread in one of the queues. Made and ended by it with the monitor held.

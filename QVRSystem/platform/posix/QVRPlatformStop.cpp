@@ -15,6 +15,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstddef>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <new>
@@ -272,12 +273,15 @@ constinit std::atomic<const SystemCode*> knownSystemCode = nullptr;
 
 const SystemCode& systemCode() { return *knownSystemCode.load(std::memory_order_acquire); }
 
-// Without a lock, which would be held while the loader takes its own.
+// Without a lock, which would be held while the loader takes its own. A lack of memory is one
+// of the system's here, as where it has none for the thread itself.
 bool findSystemCode() {
-  const SystemCode* const found = new (std::nothrow) SystemCode;
+  if (knownSystemCode.load(std::memory_order_acquire) != nullptr) return true;
+  void* const memory = std::malloc(sizeof(SystemCode));
+  if (memory == nullptr) return false;
   const SystemCode* known = nullptr;
-  if (!knownSystemCode.compare_exchange_strong(known, found)) delete found;
-  return found != nullptr;
+  if (!knownSystemCode.compare_exchange_strong(known, new (memory) SystemCode)) std::free(memory);
+  return true;
 }
 
 bool isSystemCall(Address instruction) {
