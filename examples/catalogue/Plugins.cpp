@@ -27,8 +27,8 @@ class ChecksumSymbol : public QVRDynamicSymbol {
  public:
   using QVRDynamicSymbol::QVRDynamicSymbol;
 
-  const CatalogueChecksum& operator()() const {
-    return *reinterpret_cast<decltype(&catalogueChecksum)>(body()->getImpl())();
+  const CatalogueChecksum* operator()() const {
+    return reinterpret_cast<decltype(&catalogueChecksum)>(body()->getImpl())();
   }
 };
 
@@ -76,16 +76,18 @@ ChecksumSymbol symbolOf(const QVRDynamicLibrary& library, const std::string& pat
   }
 }
 
-/// Nothing but the version may be looked at before it is known to be that of this program.
-void requireSound(const CatalogueChecksum& checksum, const std::string& path) {
-  if (checksum.version != CATALOGUE_PLUGIN_VERSION) {
+/// The checksum, where it is one. Before the version is known to be that of this program, nothing
+/// else of it may be looked at.
+const CatalogueChecksum& soundOne(const CatalogueChecksum* checksum, const std::string& path) {
+  if (checksum && checksum->version != CATALOGUE_PLUGIN_VERSION) {
     refuse<QVREInvalidFormat>(
         u"the plug-in '%1' has version %2 of the interface, and this program version %3", __LINE__,
-        path, std::to_string(checksum.version), std::to_string(CATALOGUE_PLUGIN_VERSION));
+        path, std::to_string(checksum->version), std::to_string(CATALOGUE_PLUGIN_VERSION));
   }
-  const bool isWhole = checksum.name && checksum.digestSize && checksum.stateSize &&
-                       checksum.begin && checksum.update && checksum.end;
-  if (!isWhole) refuse<QVREInvalidFormat>(u"the plug-in '%1' is not complete", __LINE__, path);
+  const bool isWhole = checksum && checksum->name && checksum->digestSize && checksum->stateSize &&
+                       checksum->begin && checksum->update && checksum->end;
+  if (isWhole) return *checksum;
+  refuse<QVREInvalidFormat>(u"the plug-in '%1' is not complete", __LINE__, path);
 }
 
 }  // namespace
@@ -105,9 +107,7 @@ QVROSSearchPath pluginDirectories(const std::string& given) {
 
 const CatalogueChecksum& findChecksum(const std::string& name, const QVROSSearchPath& directories) {
   const std::string path = findLibrary(name, directories);
-  const CatalogueChecksum& checksum = symbolOf(load(path), path)();
-  requireSound(checksum, path);
-  return checksum;
+  return soundOne(symbolOf(load(path), path)(), path);
 }
 
 }  // namespace catalogue

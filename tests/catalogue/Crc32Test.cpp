@@ -50,7 +50,7 @@ TEST(Crc32Test, EveryLengthAndAlignmentIsAsZlibSaysIt) {
 
 TEST(Crc32Test, BytesMayComeInPieces) {
   const std::string bytes = randomBytes(500);
-  for (const std::size_t piece : {1, 7, 16, 33, 499}) {
+  for (const std::size_t piece : {1u, 7u, 16u, 33u, 499u}) {
     Checksum checksum = begun();
     for (std::size_t at = 0; at < bytes.size(); at += piece) {
       checksum.add(std::string_view(bytes).substr(at, piece));
@@ -88,7 +88,7 @@ TEST(Crc32Test, GroupingOfPartsIsOfNoConsequence) {
 }
 
 TEST(Crc32Test, ZerosCountLikeBytesThatAreZero) {
-  for (const std::size_t count : {0, 1, 15, 16, 17, 1000, 65536}) {
+  for (const std::size_t count : {0u, 1u, 15u, 16u, 17u, 1000u, 65536u}) {
     const std::string zeros(count, '\0');
     Checksum checksum = begun();
     checksum.add("before");

@@ -40,7 +40,7 @@ TEST(Sha256Test, BytesMayComeInPieces) {
   const std::string bytes = randomBytes(300);
   for (std::size_t count = 0; count <= bytes.size(); ++count) {
     const auto whole = std::string_view(bytes).substr(0, count);
-    for (const std::size_t piece : {1, 7, 55, 63, 64, 65, 129}) {
+    for (const std::size_t piece : {1u, 7u, 55u, 63u, 64u, 65u, 129u}) {
       Checksum checksum(sha256Plugin());
       for (std::size_t at = 0; at < count; at += piece) checksum.add(whole.substr(at, piece));
       ASSERT_EQ(checksum.toString(), checksumOf(whole)) << count << ' ' << piece;
