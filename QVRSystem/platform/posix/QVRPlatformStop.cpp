@@ -228,7 +228,8 @@ class SystemCode {
 
   void addModule(Address inside) {
     if (inside == 0 || contains(inside)) return;
-    for (const Range& range : moduleOf(inside).values()) ranges_.add(range);
+    const Table<Range, 4> module = moduleOf(inside);
+    for (const Range& range : module.values()) ranges_.add(range);
   }
 
   static Table<Range, 4> moduleOf(Address inside) {
