@@ -81,6 +81,12 @@ class LockSleep {
   LockSleep() noexcept {}
 };
 
+class OpenWait {
+ public:
+  OpenWait() noexcept {}
+  ~OpenWait() {}
+};
+
 class ShortSectionPause {
  public:
   ShortSectionPause() noexcept : marks_(std::exchange(scheduler::shortSections(), 0)) {}
