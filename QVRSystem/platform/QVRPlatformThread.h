@@ -59,8 +59,12 @@ int holdCancellation(int& before) noexcept;
 int restoreCancellation(int before) noexcept;
 
 /// How often `atEnd` can have itself called again for an ending thread, by setting the
-/// value again; the first call counts.
+/// value again; the first call counts. ThreadSanitizer forgets the thread in the last round.
+#if defined(__SANITIZE_THREAD__)
+inline constexpr int kThreadEndRounds = 3;
+#else
 inline constexpr int kThreadEndRounds = 4;
+#endif
 
 /// Makes a key of which every thread can have a value of its own; where that is not
 /// null when the thread ends, by itself or cancelled, `atEnd` gets it.
