@@ -209,8 +209,10 @@ void Walk::takeEntry(std::string name, DirectoryListing& listing, std::vector<En
 
 void Walk::readFile(const std::string& path, std::optional<Checksum>& part, Catalogue& found) {
   LargeFile file{path, readSize(path), readDate(path), std::nullopt};
-  if (options_.checksum) {
-    hasParts(*options_.checksum) ? readPart(file, part, found) : readNext(file, found);
+  if (options_.checksum && hasParts(*options_.checksum)) {
+    readPart(file, part, found);
+  } else if (options_.checksum) {
+    readNext(file, found);
   }
   found.addFile(std::move(file));
 }
