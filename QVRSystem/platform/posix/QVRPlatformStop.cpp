@@ -86,7 +86,7 @@ class Table {
   void add(const T& value) {
     if (size_ < kMost) values_[size_++] = value;
   }
-  std::span<const T> values() const { return {values_.data(), size_}; }
+  std::span<const T> values() const& { return {values_.data(), size_}; }
 
  private:
   std::array<T, kMost> values_{};
@@ -228,7 +228,8 @@ class SystemCode {
 
   void addModule(Address inside) {
     if (inside == 0 || contains(inside)) return;
-    for (const Range& range : moduleOf(inside).values()) ranges_.add(range);
+    const Table<Range, 4> code = moduleOf(inside);
+    for (const Range& range : code.values()) ranges_.add(range);
   }
 
   static Table<Range, 4> moduleOf(Address inside) {
@@ -315,7 +316,7 @@ class Calls {
     _Unwind_Backtrace(&addFrame, this);
   }
 
-  std::span<const Call> innermost() const { return {calls_.data(), size_}; }
+  std::span<const Call> innermost() const& { return {calls_.data(), size_}; }
 
  private:
   static _Unwind_Reason_Code addFrame(_Unwind_Context* frame, void* calls) {
@@ -345,7 +346,8 @@ Address functionAt(Address instruction) {
 // The heap and the streams copy memory and call the kernel too.
 bool isLocklessForCaller(Address instruction) {
   if (!systemCode().isLockless(functionAt(instruction))) return false;
-  for (const auto& call : Calls(instruction).innermost()) {
+  const Calls calls(instruction);
+  for (const auto& call : calls.innermost()) {
     if (!systemCode().contains(call.instruction)) return true;
     if (!systemCode().isLockless(call.function)) return false;
   }
@@ -364,13 +366,16 @@ bool awaitsSystem(Address instruction) {
 
 // Whether a return into the loader is among what is on top of the stack, as while it runs a
 // library's initialisers. What was left there by earlier calls may look the same. Not past
-// the page: nothing else may be there.
-bool isUnderLoader(const Registers& at) {
+// the page: nothing else may be there. To a sanitizer not all of it is to be read.
+[[gnu::no_sanitize("address")]] bool isUnderLoader(const Registers& at) {
   constexpr std::size_t kMostWords = 64;
   constexpr Address kPageSize = 4096;
+  const auto* const words = reinterpret_cast<const Address*>(at.stack);
   const std::size_t onPage = (kPageSize - at.stack % kPageSize) / sizeof(Address);
-  const std::span words(reinterpret_cast<const Address*>(at.stack), std::min(onPage, kMostWords));
-  return std::ranges::any_of(words, [](Address word) { return systemCode().isLoader(word); });
+  for (std::size_t i = 0; i < onPage && i < kMostWords; ++i) {
+    if (systemCode().isLoader(words[i])) return true;
+  }
+  return false;
 }
 
 }  // namespace
