@@ -1,6 +1,7 @@
 #include "QVRSystem/platform/QVRPlatformStop.h"
 
 #include <dlfcn.h>
+#include <gnu/lib-names.h>
 #include <link.h>
 #include <pthread.h>
 #include <signal.h>
@@ -107,13 +108,12 @@ class SystemCode {
     for (const char* name : kLockless) {
       forEachDefinition(name, [this](Address function) { lockless_.add(function); });
     }
-    if (const auto inLoader = reinterpret_cast<Address>(dlsym(RTLD_NEXT, "__tls_get_addr"))) {
-      loader_ = moduleOf(inLoader);
-    }
-    mutexLock_ = reinterpret_cast<Address>(dlsym(RTLD_NEXT, "pthread_mutex_lock"));
-    addModule(getauxval(AT_SYSINFO_EHDR));
+    loader_ = moduleOf(find(libc_, "__tls_get_addr"));
+    mutexLock_ = find(libc_, "pthread_mutex_lock");
     lockWait_ =
-        reinterpret_cast<Address>(dlvsym(RTLD_DEFAULT, "__lll_lock_wait_private", "GLIBC_PRIVATE"));
+        reinterpret_cast<Address>(dlvsym(libc_, "__lll_lock_wait_private", "GLIBC_PRIVATE"));
+    addModule(getauxval(AT_SYSINFO_EHDR));
+    dlclose(libc_);
   }
 
   bool contains(Address instruction) const {
@@ -217,13 +217,16 @@ class SystemCode {
   // does little but throw is hardly ever found elsewhere.
   static bool unwinderIsLockless() { return dlsym(RTLD_DEFAULT, "_dl_find_object") != nullptr; }
 
-  // The program may define the function before the library does, and call that one's.
+  // The program may use another definition than the C library does.
   template <class Action>
-  static void forEachDefinition(const char* name, Action action) {
-    for (void* const scope : {RTLD_DEFAULT, RTLD_NEXT}) {
-      const auto found = reinterpret_cast<Address>(dlsym(scope, name));
-      if (found != 0) action(found);
+  void forEachDefinition(const char* name, Action action) {
+    for (void* const scope : {RTLD_DEFAULT, libc_}) {
+      if (const Address found = find(scope, name)) action(found);
     }
+  }
+
+  static Address find(void* scope, const char* name) {
+    return reinterpret_cast<Address>(dlsym(scope, name));
   }
 
   void addModule(Address inside) {
@@ -262,6 +265,7 @@ class SystemCode {
     return isIt ? 1 : 0;
   }
 
+  void* const libc_ = dlopen(LIBC_SO, RTLD_LAZY | RTLD_NOLOAD);
   Table<Range, 16> ranges_;
   Table<Address, 256> lockless_;
   Table<Range, 4> loader_;
