@@ -28,21 +28,12 @@
 #include "support/AddressSanitizer.h"
 #include "support/TestSeed.h"
 
-#ifdef QVR_TEST_SANITIZES_ADDRESSES
-#include <sanitizer/lsan_interface.h>
-#endif
-
 namespace {
 
 #ifdef QVR_TEST_SANITIZES_ADDRESSES
 constexpr int kUsualStops = 300;
-// What a cancelled thread had allocated, or was changing, is lost.
-void expectLosses() { __lsan_disable(); }
-void expectNoMoreLosses() { __lsan_enable(); }
 #else
 constexpr int kUsualStops = 20'000;
-void expectLosses() {}
-void expectNoMoreLosses() {}
 #endif
 
 int numberOfStops() {

@@ -315,6 +315,7 @@ TEST(QVRSysThreadStopTest, CancelRunsNoDestructors) {
   static pthread_key_t key;
   pthread_key_create(&key, [](void* count) { ++*static_cast<std::atomic<int>*>(count); });
   const StoppedThread thread([&] {
+    expectLosses();
     const Frame frame{destroyed};
     local.atEnd = [&] { ++destroyed; };
     pthread_setspecific(key, &destroyed);
@@ -355,7 +356,10 @@ TEST(QVRSysThreadStopTest, NextThreadHasNoValuesOfACancelledOne) {
 
 TEST(QVRSysThreadStopTest, ThreadIsStoppedInTheDestructorOfItsThreadLocalObject) {
   Counter counter;
-  const StoppedThread thread([&] { local.atEnd = std::ref(counter); });
+  const StoppedThread thread([&] {
+    expectLosses();
+    local.atEnd = std::ref(counter);
+  });
   counter.awaitStart();
 
   EXPECT_TRUE(thread->suspend());
@@ -426,6 +430,7 @@ TEST(QVRSysThreadStopTest, ThreadIsStoppedInWhateverItDoesAndLeavesItUsable) {
     SCOPED_TRACE(activity.name);
     std::atomic<long> steps = 0;
     const StoppedThread thread([&] {
+      expectLosses();
       for (;; ++steps) activity.step();
     });
     for (int i = 0; i < kTimes; ++i) {

@@ -14,7 +14,19 @@
 #include "QVRSysThreadAttribute.h"
 #include "QVRTraceLog.h"
 #include "ThreadProbe.h"
+#include "support/AddressSanitizer.h"
 #include "support/ForkedChild.h"
+
+#ifdef QVR_TEST_SANITIZES_ADDRESSES
+#include <sanitizer/lsan_interface.h>
+
+// What a cancelled thread had allocated, or was changing, is lost. For the calling thread.
+inline void expectLosses() { __lsan_disable(); }
+inline void expectNoMoreLosses() { __lsan_enable(); }
+#else
+inline void expectLosses() {}
+inline void expectNoMoreLosses() {}
+#endif
 
 /// A started thread, which is cancelled where a test leaves it.
 class StoppedThread {

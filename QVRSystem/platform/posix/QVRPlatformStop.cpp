@@ -1,6 +1,7 @@
 #include "QVRSystem/platform/QVRPlatformStop.h"
 
 #include <dlfcn.h>
+#include <gnu/lib-names.h>
 #include <link.h>
 #include <pthread.h>
 #include <signal.h>
@@ -86,7 +87,7 @@ class Table {
   void add(const T& value) {
     if (size_ < kMost) values_[size_++] = value;
   }
-  std::span<const T> values() const { return {values_.data(), size_}; }
+  std::span<const T> values() const& { return {values_.data(), size_}; }
 
  private:
   std::array<T, kMost> values_{};
@@ -107,13 +108,12 @@ class SystemCode {
     for (const char* name : kLockless) {
       forEachDefinition(name, [this](Address function) { lockless_.add(function); });
     }
-    if (const auto inLoader = reinterpret_cast<Address>(dlsym(RTLD_NEXT, "__tls_get_addr"))) {
-      loader_ = moduleOf(inLoader);
-    }
-    mutexLock_ = reinterpret_cast<Address>(dlsym(RTLD_NEXT, "pthread_mutex_lock"));
-    addModule(getauxval(AT_SYSINFO_EHDR));
+    loader_ = moduleOf(find(libc_, "__tls_get_addr"));
+    mutexLock_ = find(libc_, "pthread_mutex_lock");
     lockWait_ =
-        reinterpret_cast<Address>(dlvsym(RTLD_DEFAULT, "__lll_lock_wait_private", "GLIBC_PRIVATE"));
+        reinterpret_cast<Address>(dlvsym(libc_, "__lll_lock_wait_private", "GLIBC_PRIVATE"));
+    addModule(getauxval(AT_SYSINFO_EHDR));
+    dlclose(libc_);
   }
 
   bool contains(Address instruction) const {
@@ -217,19 +217,22 @@ class SystemCode {
   // does little but throw is hardly ever found elsewhere.
   static bool unwinderIsLockless() { return dlsym(RTLD_DEFAULT, "_dl_find_object") != nullptr; }
 
-  // The program may define the function before the library does, and call that one's.
+  // The program may use another definition than the C library does.
   template <class Action>
-  static void forEachDefinition(const char* name, Action action) {
-    for (void* const scope : {RTLD_DEFAULT, RTLD_NEXT}) {
-      const auto found = reinterpret_cast<Address>(dlsym(scope, name));
-      if (found != 0) action(found);
+  void forEachDefinition(const char* name, Action action) {
+    for (void* const scope : {RTLD_DEFAULT, libc_}) {
+      if (const Address found = find(scope, name)) action(found);
     }
+  }
+
+  static Address find(void* scope, const char* name) {
+    return reinterpret_cast<Address>(dlsym(scope, name));
   }
 
   void addModule(Address inside) {
     if (inside == 0 || contains(inside)) return;
-    const Table<Range, 4> module = moduleOf(inside);
-    for (const Range& range : module.values()) ranges_.add(range);
+    const Table<Range, 4> code = moduleOf(inside);
+    for (const Range& range : code.values()) ranges_.add(range);
   }
 
   static Table<Range, 4> moduleOf(Address inside) {
@@ -262,6 +265,7 @@ class SystemCode {
     return isIt ? 1 : 0;
   }
 
+  void* const libc_ = dlopen(LIBC_SO, RTLD_LAZY | RTLD_NOLOAD);
   Table<Range, 16> ranges_;
   Table<Address, 256> lockless_;
   Table<Range, 4> loader_;
@@ -316,7 +320,7 @@ class Calls {
     _Unwind_Backtrace(&addFrame, this);
   }
 
-  std::span<const Call> innermost() const { return {calls_.data(), size_}; }
+  std::span<const Call> innermost() const& { return {calls_.data(), size_}; }
 
  private:
   static _Unwind_Reason_Code addFrame(_Unwind_Context* frame, void* calls) {
@@ -346,7 +350,8 @@ Address functionAt(Address instruction) {
 // The heap and the streams copy memory and call the kernel too.
 bool isLocklessForCaller(Address instruction) {
   if (!systemCode().isLockless(functionAt(instruction))) return false;
-  for (const auto& call : Calls(instruction).innermost()) {
+  const Calls calls(instruction);
+  for (const auto& call : calls.innermost()) {
     if (!systemCode().contains(call.instruction)) return true;
     if (!systemCode().isLockless(call.function)) return false;
   }
@@ -365,13 +370,16 @@ bool awaitsSystem(Address instruction) {
 
 // Whether a return into the loader is among what is on top of the stack, as while it runs a
 // library's initialisers. What was left there by earlier calls may look the same. Not past
-// the page: nothing else may be there.
-bool isUnderLoader(const Registers& at) {
+// the page: nothing else may be there. To a sanitizer not all of it is to be read.
+[[gnu::no_sanitize("address")]] bool isUnderLoader(const Registers& at) {
   constexpr std::size_t kMostWords = 64;
   constexpr Address kPageSize = 4096;
+  const auto* const words = reinterpret_cast<const Address*>(at.stack);
   const std::size_t onPage = (kPageSize - at.stack % kPageSize) / sizeof(Address);
-  const std::span words(reinterpret_cast<const Address*>(at.stack), std::min(onPage, kMostWords));
-  return std::ranges::any_of(words, [](Address word) { return systemCode().isLoader(word); });
+  for (std::size_t i = 0; i < onPage && i < kMostWords; ++i) {
+    if (systemCode().isLoader(words[i])) return true;
+  }
+  return false;
 }
 
 }  // namespace
