@@ -36,13 +36,14 @@ void usePool() {
 
 /// Makes an orphan of the mutex.
 void closeHeldMutex() {
-  auto mutex = std::make_unique<QVRSysMutexLock>();
-  const StoppedThread holder([&] {
+  // Not on the stack: the caller may be cancelled, and the holder go on.
+  auto* const mutex = new QVRSysMutexLock;
+  const StoppedThread holder([mutex] {
     mutex->acquire();
     for (;;) pause();
   });
   holder.awaitSleep();
-  mutex.reset();
+  delete mutex;
 }
 
 void startAndJoin() {
