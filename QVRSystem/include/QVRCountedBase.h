@@ -64,7 +64,7 @@ class QVRSYSTEM_API QVRCountedBase {
     return *this;
   }
   QVRCountedBase& operator=(const QVRCountedBase& other) noexcept {
-    transfer(other.referent_);
+    if (this != &other) transfer(other.referent_);
     return *this;
   }
 

@@ -43,6 +43,7 @@ const ForkLock QVRSysThreadAttribute::Fork::lock(ForkRank::ThreadAttribute, mute
 
 QVRSysThreadAttribute& QVRSysThreadAttribute::operator=(
     const QVRSysThreadAttribute& other) noexcept {
+  if (this == &other) return *this;
   stackSize_ = other.stackSize_;
   securityAttributes_ = other.securityAttributes_;
   creationFlags_ = other.creationFlags_;
