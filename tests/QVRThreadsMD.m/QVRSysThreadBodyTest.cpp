@@ -17,6 +17,7 @@
 #include "support/AllocationRefuser.h"
 #include "support/AssertRecorder.h"
 #include "support/ExpectFailure.h"
+#include "support/ThreadSanitizer.h"
 
 constexpr char kSource[] = "QVRSystem/QVRThreadsMD.m/src/QVRSysThread";
 
@@ -396,7 +397,11 @@ TEST(QVRSysThreadBodyTest, StackIsTheSystemsOrAsLargeAsAsked) {
 
 TEST(QVRSysThreadBodyTest, LargeStackCanBeUsedToItsEnd) {
   constexpr std::size_t kLarge = 32 * 1024 * 1024;
+#ifdef QVR_TEST_SANITIZES_THREADS
+  constexpr std::size_t kFrames = 4 * 1024 * 1024;  // the sanitizer's are there, too
+#else
   constexpr std::size_t kFrames = 64 * 1024;  // what the thread's first frames take
+#endif
   QVRSysThreadAttribute attribute;
   attribute.setInitialCommittedStackSize(kLarge);
   const ThreadPointer body = makeThread(
