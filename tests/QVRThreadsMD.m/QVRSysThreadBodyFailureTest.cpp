@@ -182,7 +182,7 @@ TEST(QVRSysThreadBodyFailureTest, ThreadIsStoppedWithoutATimerToo) {
   const PlatformPlan plan("createStopTimer", EAGAIN);
   std::atomic<long> blocks = 0;
   const ThreadPointer body = makeThread([&] {
-    for (;; ++blocks) delete[] new char[1000 + blocks % 5000];
+    for (;; ++blocks) delete[] new char[static_cast<std::size_t>(1000 + blocks % 5000)];
   });
   body->start();
   while (blocks == 0) sched_yield();

@@ -600,7 +600,8 @@ LockUse useOf(const char* name) {
 }
 
 std::vector<LockUse> lockUses() {
-  auto shared = std::make_shared<QVRReadersWriterLock>();
+  struct Lock final : QVRReadersWriterLock {};
+  auto shared = std::make_shared<Lock>();
   const auto release = [shared] { shared->release(); };
   const auto read = [shared] { shared->acquireRead(); };
   const auto write = [shared] { shared->acquireWrite(); };

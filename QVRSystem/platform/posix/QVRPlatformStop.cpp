@@ -371,7 +371,7 @@ bool awaitsSystem(Address instruction) {
 // Whether a return into the loader is among what is on top of the stack, as while it runs a
 // library's initialisers. What was left there by earlier calls may look the same. Not past
 // the page: nothing else may be there. To a sanitizer not all of it is to be read.
-[[gnu::no_sanitize("address")]] bool isUnderLoader(const Registers& at) {
+__attribute__((no_sanitize("address"))) bool isUnderLoader(const Registers& at) {
   constexpr std::size_t kMostWords = 64;
   constexpr Address kPageSize = 4096;
   const auto* const words = reinterpret_cast<const Address*>(at.stack);
