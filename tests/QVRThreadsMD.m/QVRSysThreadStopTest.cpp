@@ -117,7 +117,7 @@ TEST(QVRSysThreadStopTest, CancelledThreadIsGoneAndItsIdentifierKept) {
     EXPECT_TRUE(thread->cancel());
 
     EXPECT_TRUE(thread->isIdle());
-    EXPECT_FALSE(isThreadOfSystem(id));
+    awaitEnd(id);
     EXPECT_EQ(thread->getThreadId(), id);
     EXPECT_EQ(runnable->getReferences(), 2u);
     EXPECT_TRUE(thread->cancel());
@@ -205,7 +205,7 @@ TEST(QVRSysThreadStopTest, LastPointerToASuspendedThreadReportsAndCancels) {
 
     expectFailure<QVREInternalError>([&] { drop(pointer); }, kSuspendedText, kSource, 547);
 
-    EXPECT_FALSE(isThreadOfSystem(id));
+    awaitEnd(id);
     EXPECT_EQ(runnable->getReferences(), 1u);
     if (pointer) pointer.detach();
   };

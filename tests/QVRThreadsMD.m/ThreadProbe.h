@@ -75,7 +75,8 @@ inline bool isThreadOfSystem(const QVRSysThreadId& id) {
   return access(path.c_str(), F_OK) == 0;
 }
 
-/// Waits until it has none any more.
+/// Waits until it has none any more: the kernel forgets a thread shortly after it lets others
+/// join it.
 inline void awaitEnd(const QVRSysThreadId& id) {
   while (isThreadOfSystem(id)) sched_yield();
 }
