@@ -26,6 +26,9 @@ int processId(std::uint32_t& id) noexcept;
 /// How many processors are on line, whichever of them the caller may use.
 int processorCount(std::uint64_t& count) noexcept;
 
+/// How many of them the calling thread may use; asks for no file.
+int usableProcessorCount(std::uint64_t& count) noexcept;
+
 /// Returns once the time is over, however many signals arrive meanwhile. Times
 /// past the clock's range last as long as the clock can count. Not noexcept: the
 /// unwinding of a thread that is cancelled in its sleep passes.

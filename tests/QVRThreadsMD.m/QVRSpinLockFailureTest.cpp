@@ -33,10 +33,17 @@ class ScopedSpinLimit {
 };
 
 TEST(QVRSpinLockFailureTest, AsIfThereWereOneProcessorWhereTheSystemDoesNotTell) {
-  const PlatformPlan plan("processorCount", ENOSYS);
+  const PlatformPlan all("processorCount", ENOSYS);
+  const PlatformPlan usable("usableProcessorCount", ENOSYS);
 
   EXPECT_EQ(Probe::GetNumProcessors(), 1u);
   EXPECT_EQ(Probe::GetSpinLimit(), 1u);
+}
+
+TEST(QVRSpinLockFailureTest, ProcessorsOfOthersCountWhereTheThreadMayUseOne) {
+  const PlatformPlan usable("usableProcessorCount", ENOSYS);
+
+  EXPECT_EQ(Probe::GetSpinLimit(), Probe::GetNumProcessors() == 1 ? 1u : 4000u);
 }
 
 TEST(QVRSpinLockFailureTest, AsksForTheProcessorsOnlyOnce) {

@@ -113,6 +113,7 @@ int processorCount(std::uint64_t& count) noexcept {
   count = 1;
   return 0;
 }
+int usableProcessorCount(std::uint64_t& count) noexcept { return processorCount(count); }
 
 int sleepFor(std::uint64_t) {
   if (scheduler::onThread()) scheduler::yieldToOthers();

@@ -4,6 +4,7 @@
 QVR_REAL_FUNCTION(threadId)
 QVR_REAL_FUNCTION(processId)
 QVR_REAL_FUNCTION(processorCount)
+QVR_REAL_FUNCTION(usableProcessorCount)
 QVR_REAL_FUNCTION(sleepFor)
 QVR_REAL_FUNCTION(nap)
 QVR_REAL_FUNCTION(yield)
@@ -47,6 +48,10 @@ int closeThreadKey(std::uint32_t key) noexcept { return posix::closeThreadKey(ke
 int processId(std::uint32_t& id) noexcept { return forward("processId", &posix::processId, id); }
 int processorCount(std::uint64_t& count) noexcept {
   return forward("processorCount", &posix::processorCount, count);
+}
+
+int usableProcessorCount(std::uint64_t& count) noexcept {
+  return forward("usableProcessorCount", &posix::usableProcessorCount, count);
 }
 int sleepFor(std::uint64_t milliseconds) {
   return forward("sleepFor", &posix::sleepFor, milliseconds);

@@ -38,5 +38,9 @@ std::uint64_t QVRSpinLock::GetNumProcessors() noexcept {
 
 std::uint64_t QVRSpinLock::GetSpinLimit() noexcept {
   constexpr std::uint64_t kReadsBeforeYield = 4000;
-  return GetNumProcessors() == 1 ? 1 : kReadsBeforeYield;
+  // Where there are two for this thread, there are two: the file with the number of all need not
+  // be read whenever the library is loaded.
+  std::uint64_t usable = 1;
+  qvr::platform::usableProcessorCount(usable);
+  return usable > 1 || GetNumProcessors() > 1 ? kReadsBeforeYield : 1;
 }

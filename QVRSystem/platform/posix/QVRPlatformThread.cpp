@@ -68,6 +68,13 @@ int processorCount(std::uint64_t& count) noexcept {
   return 0;
 }
 
+int usableProcessorCount(std::uint64_t& count) noexcept {
+  cpu_set_t usable;
+  if (sched_getaffinity(0, sizeof usable, &usable) != 0) return errno;
+  count = static_cast<std::uint64_t>(CPU_COUNT(&usable));
+  return 0;
+}
+
 int sleepFor(std::uint64_t milliseconds) {
   constexpr long kNanosecondsPerSecond = 1'000'000'000;
   constexpr long kNanosecondsPerMillisecond = 1'000'000;
