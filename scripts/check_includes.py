@@ -18,6 +18,7 @@ SYSTEM_HEADERS_ELSEWHERE = {
     ("QVRFreeBlock.h", "sanitizer/asan_interface.h"),
     ("QVRFreeBlock.h", "valgrind/memcheck.h"),
     ("QVROSPath.cpp", "sys/stat.h"),
+    ("QVRUtf8.cpp", "sys/platform/x86.h"),
 }
 
 # Standard C++20 headers, those of the C library in their C++ form.

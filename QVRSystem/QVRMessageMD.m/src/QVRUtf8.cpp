@@ -6,6 +6,9 @@
 
 #if defined(__SSE2__) && !defined(QVR_UTF8_PORTABLE)
 #include <immintrin.h>
+// The next header is C, whose name for the type gcc knows in C++ too, and clang does not.
+#define _Bool bool
+#include <sys/platform/x86.h>
 #define QVR_UTF8_SSE2
 // Marks what only processors with hasAvx2() run.
 #define QVR_UTF8_AVX2 __attribute__((target("avx2")))
@@ -93,7 +96,9 @@ std::size_t widenBlock(const char* from, char16_t* to) {
 // Long ASCII goes by vectors of 32 bytes where the processor has them.
 constexpr std::ptrdiff_t kBulk = 64;
 
-bool hasAvx2() { return __builtin_cpu_supports("avx2") != 0; }
+// The C library knows: the compiler's way would ask the processor whenever the library is loaded,
+// which takes long in a virtual machine.
+bool hasAvx2() { return CPU_FEATURE_ACTIVE(AVX2); }
 
 QVR_UTF8_AVX2 __m256i loadWide(const void* from) {
   return _mm256_loadu_si256(static_cast<const __m256i*>(from));
