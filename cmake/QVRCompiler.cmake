@@ -39,16 +39,21 @@ function(qvr_resolve_all_symbols target)
 endfunction()
 
 # A shared library of this project: `target` from FOLDER/src with FOLDER/include.
-# The three are installed beside each other and find each other there.
+# The three are built and installed beside each other, and find each other there.
 function(qvr_shared_library target)
   # Who links the library compiles its headers.
   target_compile_features(${target} PUBLIC cxx_std_20)
+  set(lists ${PROJECT_SOURCE_DIR}/cmake/exports.map ${PROJECT_SOURCE_DIR}/cmake/exported-data.list)
   set_target_properties(${target} PROPERTIES
     VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} EXPORT_NAME ${target}
-    INSTALL_RPATH "$ORIGIN" LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/exports.map)
+    LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib INSTALL_RPATH "$ORIGIN"
+    LINK_DEPENDS "${lists}")
   target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:QVRWarnings>)
+  # The system's functions are looked up when they are first called (no "-z now"): a program
+  # that calls few of them starts sooner.
   target_link_options(${target} PRIVATE
-    LINKER:--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map LINKER:-Bsymbolic-functions)
+    LINKER:--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map
+    LINKER:--dynamic-list=${PROJECT_SOURCE_DIR}/cmake/exported-data.list)
   qvr_resolve_all_symbols(${target})
   add_library(QVRSystem::${target} ALIAS ${target})
 endfunction()

@@ -3,7 +3,7 @@
 
 Usage: check_exports.py BUILD_FOLDER [--write]. The list of a library is
 LIBRARY/exports.txt; --write brings it up to date. The lists are those of gcc's
-optimised build.
+optimised build. Objects stand in cmake/exported-data.list besides.
 """
 
 import difflib
@@ -14,6 +14,9 @@ import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 LIBRARIES = {"QVRBuild": "QVR", "QVRSystem": "QVR", "ZELKernel": "ZEL"}
+DATA_LIST = ROOT / "cmake" / "exported-data.list"
+CODE = "TWi"  # nm's letters; others are those of objects
+OF_A_CLASS = ("typeinfo ", "vtable ", "VTT ", "construction vtable ")
 SHORT_NAMES = {
     r"\[abi:cxx11\]": "",
     r"std::__cxx11::basic_string<char, std::char_traits<char>, std::allocator<char> ?>": "std::string",
@@ -28,13 +31,22 @@ SHORT_NAMES = {
 }
 
 
-def exported_names(library):
-    """Demangled and sorted; the twins of a constructor or destructor are one name."""
+def exported(library):
+    """Pairs of nm's letter and the demangled name."""
     listing = subprocess.run(
         ["nm", "--dynamic", "--defined-only", "--demangle", library],
         check=True, capture_output=True, text=True).stdout
-    names = {line.split(maxsplit=2)[2] for line in listing.splitlines()}
-    return sorted({readable(name) for name in names})
+    return [line.split(maxsplit=2)[1:] for line in listing.splitlines()]
+
+
+def names_of(symbols):
+    """Sorted; the twins of a constructor or destructor are one name."""
+    return sorted({readable(name) for _, name in symbols})
+
+
+def objects_of(symbols):
+    return {name for letter, name in symbols
+            if letter not in CODE and not name.startswith(OF_A_CLASS)}
 
 
 def readable(name):
@@ -49,8 +61,8 @@ def is_own(name, prefix):
     return "std::" not in head and prefix in (name if head.startswith("operator") else head).upper()
 
 
-def check(library, prefix, build, write):
-    names = exported_names(build / library / f"lib{library}.so")
+def check(library, prefix, symbols, write):
+    names = names_of(symbols)
     committed = ROOT / library / "exports.txt"
     if write:
         committed.write_text("".join(f"{name}\n" for name in names))
@@ -60,14 +72,26 @@ def check(library, prefix, build, write):
     return foreign + list(difflib.unified_diff(expected, names, listed, library, lineterm="", n=0))
 
 
+def check_objects(objects):
+    """One that is not listed would be another in a program that has a copy than in its library."""
+    listed = set(re.findall(r"[\w:]+(?=;)", re.sub(r"/\*.*?\*/", "", DATA_LIST.read_text(), flags=re.S)))
+    name = DATA_LIST.relative_to(ROOT).as_posix()
+    return ([f"{name} lacks {missing}" for missing in sorted(objects - listed)]
+            + [f"{name} has {gone}, which is not exported" for gone in sorted(listed - objects)])
+
+
 def main():
     arguments = [argument for argument in sys.argv[1:] if argument != "--write"]
     if len(arguments) != 1:
         sys.exit(__doc__)
     build = pathlib.Path(arguments[0])
     differences = []
+    objects = set()
     for library, prefix in LIBRARIES.items():
-        differences += check(library, prefix, build, "--write" in sys.argv)
+        symbols = exported(build / "lib" / f"lib{library}.so")
+        differences += check(library, prefix, symbols, "--write" in sys.argv)
+        objects |= objects_of(symbols)
+    differences += check_objects(objects)
     for difference in differences:
         print(difference)
     if differences:

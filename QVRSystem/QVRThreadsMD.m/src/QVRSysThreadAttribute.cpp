@@ -36,7 +36,7 @@ constinit qvr::internal::Atomic<const QVRSysThreadAttribute*>
 QVRSysFastMutexLock QVRSysThreadAttribute::mutex_{QVRStaticObject{}};
 
 // Within the class, whose mutex it is.
-struct QVRSysThreadAttribute::Fork {
+struct [[gnu::visibility("hidden")]] QVRSysThreadAttribute::Fork {
   static const ForkLock lock;
 };
 const ForkLock QVRSysThreadAttribute::Fork::lock(ForkRank::ThreadAttribute, mutex_.getNativeLock());
