@@ -68,19 +68,27 @@ bool BiasedLock::endOthersBias() noexcept {
 
 // With the shared lock held, for which others sleep meanwhile.
 bool BiasedLock::ownerGivesUp(BiasedThread& other) noexcept {
-  const Word turns(other.turns);
-  const std::uint32_t before = turns.load(std::memory_order_relaxed);
-  relax();
-  if (turns.load(std::memory_order_relaxed) == before) return false;  // not at work
-  isWanted().store(1, std::memory_order_relaxed);
-  // Release pairs with the acquire in answer(): what is wanted is seen there.
-  Word(other.awaited).fetch_or(kAnswer, std::memory_order_release);
+  if (!isAtWork(other)) return false;
+  ask(other);
   for (int look = 0; look < BiasPolicy::kLooksAtTheOwner; ++look) {
     pause();
     // Acquire as in endOthersBias().
     if (owner().load(std::memory_order_acquire) == nullptr) return true;
   }
   return false;
+}
+
+bool BiasedLock::isAtWork(BiasedThread& other) noexcept {
+  const Word turns(other.turns);
+  const std::uint32_t before = turns.load(std::memory_order_relaxed);
+  relax();
+  return turns.load(std::memory_order_relaxed) != before;
+}
+
+void BiasedLock::ask(BiasedThread& other) noexcept {
+  isWanted().store(1, std::memory_order_relaxed);
+  // Release pairs with the acquire in answer(): what is wanted is seen there.
+  Word(other.awaited).fetch_or(kAnswer, std::memory_order_release);
 }
 
 void BiasedLock::revoke(BiasedThread& other) noexcept {

@@ -125,6 +125,8 @@ class BiasedLock {
   void keepOthersOut() noexcept;
 
  private:
+  friend struct BiasedLockTestAccess;
+
   /// What others await of a thread.
   enum Awaited : std::uint32_t {
     kAnswer = 1,  // that it gives a bias up
@@ -169,6 +171,8 @@ class BiasedLock {
   void takeShared() noexcept;
   bool endOthersBias() noexcept;
   bool ownerGivesUp(BiasedThread& other) noexcept;
+  static bool isAtWork(BiasedThread& other) noexcept;
+  void ask(BiasedThread& other) noexcept;
   void revoke(BiasedThread& other) noexcept;
   bool isAlone() noexcept;
   void giveUp(BiasedThread& self) noexcept;

@@ -10,14 +10,27 @@
 #include <thread>
 #include <vector>
 
+#include "QVRFunctor0.h"
+#include "QVRSysThreadBody.h"
 #include "QVRSystem/internal/QVRBiasPolicy.h"
 #include "support/PlatformPlan.h"
+#include "support/ThreadSanitizer.h"
+
+namespace qvr::internal {
+
+struct BiasedLockTestAccess {
+  /// As another thread asks the calling one for its bias.
+  static void ask(BiasedLockStorage& storage) { BiasedLock(storage).ask(*knownBiasedThread()); }
+};
+
+}  // namespace qvr::internal
 
 namespace {
 
 using qvr::internal::BiasedLock;
 using qvr::internal::BiasedLockGuard;
 using qvr::internal::BiasedLockStorage;
+using qvr::internal::BiasedLockTestAccess;
 using qvr::internal::BiasedThread;
 using qvr::internal::BiasPolicy;
 
@@ -113,6 +126,27 @@ TEST(QVRBiasedLockTest, ThreadInThePlaceOfOneThatHasEndedHasItsBiases) {
   }).join();
 }
 
+#ifndef QVR_TEST_SANITIZES_THREADS
+
+TEST(QVRBiasedLockTest, ThreadThatIsCancelledLeavesItsPlace) {
+  static std::atomic<BiasedThread*> place = nullptr;
+  const auto thread = QVRMakeThread(QVRMakeFunctor0(+[] {
+    BiasedLockStorage storage;
+    isBiased(storage);
+    place = qvr::internal::knownBiasedThread();
+    for (;;) qvr::internal::pause();
+  }));
+  thread->start();
+  while (place == nullptr) std::this_thread::yield();
+  EXPECT_EQ(place.load()->isTaken, 1u);
+
+  EXPECT_TRUE(thread->cancel());
+
+  EXPECT_EQ(place.load()->isTaken, 0u);
+}
+
+#endif
+
 TEST(QVRBiasedLockTest, MoreThreadsThanCanHaveABiasShareTheLock) {
   constexpr std::size_t kThreads = 700;
   std::atomic<std::size_t> biased = 0;
@@ -204,27 +238,39 @@ TEST(QVRBiasedLockTest, OwnerInsideIsWaitedFor) {
   EXPECT_TRUE(one.hasEntered() && two.hasEntered());
 }
 
-TEST(QVRBiasedLockTest, OwnerAtWorkGivesItsBiasUpWithoutABarrier) {
-  constexpr int kMostTries = 1000;  // the owner may not run just then
+TEST(QVRBiasedLockTest, OwnerThatIsAskedGivesItsBiasUpWithoutABarrier) {
   BiasedLockStorage storage;
-  std::atomic<long> turns = 0;
-  std::atomic<bool> stop = false;
-  std::thread owner([&] {
-    while (!stop) turns += isBiased(storage) ? 1 : 0;
-  });
-  bool isGivenUp = false;
+  isBiased(storage);
+  const PlatformPlan barrier("barrierOfAllThreads", 0);
 
-  for (int i = 0; i < kMostTries && !isGivenUp; ++i) {
-    const long worthwhile = turns + BiasPolicy::kWorthwhileTurns;
-    while (turns <= worthwhile) std::this_thread::yield();
-    const PlatformPlan barrier("barrierOfAllThreads", 0);
-    EXPECT_FALSE(isBiased(storage));
-    isGivenUp = barrier.calls() == 0;
+  BiasedLockTestAccess::ask(storage);
+  EXPECT_NE(storage.owner, nullptr);
+  EXPECT_TRUE(isBiased(storage));
+
+  EXPECT_EQ(storage.owner, nullptr);
+  EXPECT_FALSE(isBiased(storage));
+  EXPECT_EQ(barrier.calls(), 0u);
+}
+
+TEST(QVRBiasedLockTest, OwnerOfManyGivesUpTheBiasThatIsWantedAlone) {
+  BiasedLockStorage wanted;
+  BiasedLockStorage other;
+  BiasedLockStorage wantedBefore;
+  for (BiasedLockStorage* storage : {&wanted, &other, &wantedBefore}) isBiased(*storage);
+  BiasedLockTestAccess::ask(wantedBefore);
+  isBiased(wantedBefore);
+  isBiased(wantedBefore);
+
+  for (BiasedLockStorage* kept : {&other, &wantedBefore}) {
+    BiasedLockTestAccess::ask(wanted);
+    EXPECT_TRUE(isBiased(*kept));
+    EXPECT_TRUE(isBiased(*kept));
   }
-  stop = true;
-  owner.join();
 
-  EXPECT_TRUE(isGivenUp);
+  EXPECT_TRUE(isBiased(wanted)) << "nobody asks any more";
+  BiasedLockTestAccess::ask(wanted);
+  EXPECT_TRUE(isBiased(wanted));
+  EXPECT_FALSE(isBiased(wanted));
 }
 
 /// What a lock guards: nothing atomic about it.
@@ -257,6 +303,36 @@ TEST(QVRBiasedLockTest, OwnerAtWorkLosesNothingWhenOthersCome) {
 
     ASSERT_EQ(counter.count, 2 * kAdditions + 1);
   }
+}
+
+/// Lets a thread that runs become the owner.
+void leaveItToOthers(BiasedLockStorage& storage) {
+  constexpr int kLooks = 1000;
+  const std::atomic_ref owner(storage.owner);
+  for (int i = 0; i < kLooks && owner == nullptr; ++i) qvr::internal::pause();
+}
+
+TEST(QVRBiasedLockTest, OwnerAtWorkIsKeptOutWhereverItIs) {
+  constexpr int kRounds = 20'000;
+  Counter counter;
+  std::atomic<bool> stop = false;
+  long additions = 0;
+  std::thread owner([&] {
+    for (; !stop.load(std::memory_order_relaxed); ++additions) counter.add(1);
+  });
+
+  BiasedLock lock(counter.storage);
+  for (int round = 0; round < kRounds; ++round) {
+    leaveItToOthers(counter.storage);
+    lock.shared().acquire();
+    lock.keepOthersOut();
+    ++counter.count;
+    lock.shared().release();
+  }
+  stop = true;
+  owner.join();
+
+  EXPECT_EQ(counter.count, additions + kRounds);
 }
 
 TEST(QVRBiasedLockTest, ManyThreadsShareIt) {
