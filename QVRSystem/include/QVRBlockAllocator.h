@@ -127,7 +127,7 @@ class QVRSYSTEM_API QVRBlockAllocator {
   // Where the last call was served; null while there are no segments.
   Segment* allocationSegment_ QVR_GUARDED_BY(lock_) = nullptr;
   Segment* deallocationSegment_ QVR_GUARDED_BY(lock_) = nullptr;
-  // Serial of the last thread that found no room or made some.
+  // Serial of the last thread that found no room; whoever adds a segment is that one.
   std::uint64_t grower_ QVR_GUARDED_BY(lock_) = 0;
   qvr::internal::BiasedLockStorage lock_;
 };

@@ -228,6 +228,54 @@ TEST(QVRBlockAllocatorFailureTest, SegmentOfTheSameThreadIsAnotherOne) {
   EXPECT_EQ(allocator.allocate(), static_cast<unsigned char*>(first) + kBlockSize);
 }
 
+TEST(QVRBlockAllocatorFailureTest, SegmentOfAnotherThreadServesAllThatAskedForOne) {
+  QVRBlockAllocator allocator(kBlockSize);
+  void* blocks[2] = {};
+  std::latch otherAsks(1);
+  std::latch bothAsk(1);
+
+  std::thread other([&] {
+    bool hasAsked = false;
+    const AllocationObserver observer([&](std::size_t) {
+      if (std::exchange(hasAsked, true)) return;
+      otherAsks.count_down();
+      bothAsk.wait();
+    });
+    blocks[0] = allocator.allocate();
+  });
+  otherAsks.wait();
+  bool hasAsked = false;
+  {
+    const AllocationObserver observer([&](std::size_t) {
+      if (std::exchange(hasAsked, true)) return;
+      bothAsk.count_down();
+      other.join();
+    });
+    blocks[1] = allocator.allocate();
+  }
+
+  EXPECT_EQ(blocks[0], lastSegmentOf(dumpOf(allocator)));
+  EXPECT_EQ(blocks[1], static_cast<unsigned char*>(blocks[0]) + kBlockSize);
+}
+
+TEST(QVRBlockAllocatorFailureTest, BlocksThatTheHeapFreedDoNotMakeTheSegmentNeedless) {
+  FullAllocator full(0);
+  std::thread([&full] {  // the last before this thread to find no room
+    for (std::size_t i = 0; i < kBlocksPerSegment; ++i) full.allocate();
+  })
+      .join();
+  void* block = nullptr;
+  const unsigned char* const older = lastSegmentOf(dumpOf(full.allocator));
+  {
+    const AllocationObserver observer([&](std::size_t) { full.freeAll(); });
+    block = full.allocator.allocate();
+  }
+
+  const unsigned char* const younger = lastSegmentOf(dumpOf(full.allocator));
+  EXPECT_NE(younger, older);
+  EXPECT_EQ(block, younger);
+}
+
 TEST(QVRBlockAllocatorFailureTest, HeapMayCompactTheAllocatorsOfOtherThreads) {
   QVRBlockAllocator allocators[2] = {QVRBlockAllocator(kBlockSize), QVRBlockAllocator(kBlockSize)};
   std::latch bothAskTheHeap(2);

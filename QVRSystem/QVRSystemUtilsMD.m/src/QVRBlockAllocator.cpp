@@ -327,7 +327,6 @@ void QVRBlockAllocator::addSegment(unsigned char* begin) {
   enter(segments_.back());
   allocationSegment_ = &segments_.back();
   deallocationSegment_ = &segments_.front();
-  grower_ = currentThreadSerial();
 }
 
 void QVRBlockAllocator::enter(const Segment& segment) {
