@@ -371,6 +371,20 @@ TEST_F(QVROSSearchPathFileTest, DirectoryAndNameMeetAtOneSeparator) {
   expectFound(made("/"), (place_ / "2/second").substr(1), place_ / "2/second");
 }
 
+TEST_F(QVROSSearchPathFileTest, LongestPathIsFoundHoweverManySeparatorsMeet) {
+  constexpr std::size_t kLongest = 4095;
+  const std::string name = "second";
+  std::string directory = place_ / "2";
+  if ((kLongest - directory.size() - 1 - name.size()) % 2 != 0) directory += '/';
+  while (directory.size() + 1 + name.size() < kLongest) directory += "/.";
+  for (const char* end : {"", "/"}) {
+    for (const char* begin : {"", "/"}) {
+      expectFound(made(directory + end), begin + name, directory + '/' + name);
+      expectAbsent(made(directory + "." + end), begin + name);
+    }
+  }
+}
+
 TEST_F(QVROSSearchPathFileTest, DirectoryThatWasEmptiedIsTheCurrentOne) {
   QVROSSearchPath path = made("a");
   path.begin()->setPath("");

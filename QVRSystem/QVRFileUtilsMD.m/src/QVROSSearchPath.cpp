@@ -24,14 +24,20 @@ bool isPlain(const std::string& text) {
          text.find('\0') == std::string::npos;
 }
 
-/// As joined(directory, name).exists() of plain texts: the system does not mind how many
-/// separators there are between them.
+/// What is joined to a directory behind a separator.
+std::string withoutSeparator(const std::string& name) {
+  const bool begins = !name.empty() && (name.front() == '\\' || name.front() == '/');
+  return begins ? name.substr(1) : name;
+}
+
+/// As joined(directory, name).exists() of plain texts, the name without its separator.
 /// @param native keeps its memory from one call to the next.
 bool exists(const std::string& directory, const std::string& name, std::string& native) {
-  native.resize(directory.size() + 1 + name.size());
+  const std::size_t separators = directory.back() == '\\' ? 0 : 1;
+  native.resize(directory.size() + separators + name.size());
   char* const end = qvr::writeNative(directory, native.data());
-  *end = '/';
-  qvr::writeNative(name, end + 1);
+  if (separators == 1) *end = '/';
+  qvr::writeNative(name, end + separators);
   return qvr::platform::checkAccess(native.c_str(), kExistence) == 0;
 }
 
@@ -107,9 +113,10 @@ QVROSSearchPath::const_iterator QVROSSearchPath::findPath(const QVROSPath& path)
 bool QVROSSearchPath::findFile(const QVROSPath& file, QVROSPath& result) const {
   const std::string name = file.getExpandedPath();
   const bool isPlainName = isPlain(name);
+  const std::string bareName = withoutSeparator(name);
   std::string native;
   for (const QVROSPath& entry : entries_) {
-    const bool isFound = isPlainName && isPlain(entry.path_) ? exists(entry.path_, name, native)
+    const bool isFound = isPlainName && isPlain(entry.path_) ? exists(entry.path_, bareName, native)
                                                              : joined(entry, name).exists();
     if (isFound) {
       result = joined(entry, name);
