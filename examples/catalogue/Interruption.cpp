@@ -17,12 +17,7 @@ void takeNote(int signal) {
 }  // namespace
 
 // System calls that the signal meets go on as if nothing had happened: so the C library has it.
-Interruption::Interruption() {
-  requested.store(false, std::memory_order_relaxed);
-  std::signal(SIGINT, takeNote);
-}
-
-Interruption::~Interruption() { std::signal(SIGINT, SIG_DFL); }
+Interruption::Interruption() { std::signal(SIGINT, takeNote); }
 
 bool Interruption::isRequested() const { return requested.load(std::memory_order_relaxed); }
 

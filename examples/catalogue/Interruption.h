@@ -3,12 +3,11 @@
 
 namespace catalogue {
 
-/// While it lives, the first interrupt signal of the process is only taken note of, and the
-/// second one ends the process, as the first does otherwise. One object at a time.
+/// Once it is made, and to the end of the process, the first interrupt signal is only taken note
+/// of, and the second one ends the process, as the first does otherwise. A process has one object.
 class Interruption {
  public:
   Interruption();
-  ~Interruption();
 
   Interruption(const Interruption&) = delete;
   Interruption& operator=(const Interruption&) = delete;

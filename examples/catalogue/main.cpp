@@ -60,14 +60,13 @@ int affordableThreads(int wanted) {
   return static_cast<int>(std::clamp<std::uint64_t>(left, 1, static_cast<std::uint64_t>(wanted)));
 }
 
-Catalogue catalogueTree(const Options& options) {
-  const Interruption interruption;
+Catalogue catalogueTree(const Options& options, const Interruption& interruption) {
   Progress progress;
   return walk(options, progress, interruption);
 }
 
-ExitStatus statusFor(const Catalogue& catalogue) {
-  if (catalogue.isInterrupted) return kInterrupted;
+ExitStatus statusFor(const Catalogue& catalogue, const Interruption& interruption) {
+  if (interruption.isRequested()) return kInterrupted;
   return catalogue.unreadable.empty() ? kAllRead : kSomeUnreadable;
 }
 
@@ -79,13 +78,13 @@ ExitStatus help() {
 }
 
 /// The report comes out when all of it is known.
-ExitStatus report(const Options& options) {
+ExitStatus report(const Options& options, const Interruption& interruption) {
   Output output(options.output);
-  const Catalogue catalogue = catalogueTree(options);
+  const Catalogue catalogue = catalogueTree(options, interruption);
   std::ostringstream out;
   writeReport(thisMachine(), catalogue, options, out);
   output.write(out.str());
-  return statusFor(catalogue);
+  return statusFor(catalogue, interruption);
 }
 
 ExitStatus fail(const std::exception& failure, ExitStatus status) {
@@ -93,7 +92,7 @@ ExitStatus fail(const std::exception& failure, ExitStatus status) {
   return status;
 }
 
-ExitStatus run(const std::vector<std::string>& arguments) {
+ExitStatus run(const std::vector<std::string>& arguments, const Interruption& interruption) {
   Options options;
   try {
     options = readOptions(arguments);
@@ -102,18 +101,19 @@ ExitStatus run(const std::vector<std::string>& arguments) {
   }
   if (options.help) return help();
   options.threads = affordableThreads(options.threads);
-  return report(options);
+  return report(options, interruption);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  const Interruption interruption;
   // Arguments and messages are in the user's encoding.
   std::setlocale(LC_CTYPE, "");
   keepTimeZone();
   try {
     const QVRTraceCall trace(QVRSystemTrace, "catalogue");
-    return run({argv + (argc > 0 ? 1 : 0), argv + argc});
+    return run({argv + (argc > 0 ? 1 : 0), argv + argc}, interruption);
   } catch (const std::exception& failure) {
     return fail(failure, kFailed);
   }

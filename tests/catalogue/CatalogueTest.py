@@ -6,6 +6,7 @@ Usage: CatalogueTest.py PROGRAM [TEST...]
 
 import collections
 import csv
+import fcntl
 import io
 import json
 import os
@@ -1238,17 +1239,55 @@ class Interrupts(CatalogueTest):
             caught = re.search(r"SigCgt:\s*([0-9a-f]+)", file.read()).group(1)
         return bool(int(caught, 16) & self.HANDLED)
 
+    def interrupt(self, process):
+        """Returns when the program has taken note."""
+        while not self.handles_interrupts(process):
+            self.assertIsNone(process.poll())
+        process.send_signal(signal.SIGINT)
+        while self.handles_interrupts(process):
+            self.assertIsNone(process.poll())
+
+    def test_one_before_the_walk_has_it_end_as_soon_as_it_can(self):
+        self.make_file(b"tree/directory/file")
+        pipe = self.place(b"report")
+        os.mkfifo(pipe)
+        # It waits for a reader of its report before it walks.
+        process = self.start("--format=json", b"--output=" + pipe, stderr=subprocess.PIPE)
+
+        self.interrupt(process)
+        with open(pipe, "rb") as report:
+            catalogue = json.load(report)
+        printed, complaint = process.communicate(timeout=300)
+
+        self.assertEqual((process.returncode, printed, complaint), (130, b"", b""))
+        self.assertIs(catalogue["interrupted"], True)
+        self.assertEqual(catalogue["totals"]["regularFiles"], 0)
+
+    def test_one_while_the_report_is_written_leaves_it_whole(self):
+        count = 1000
+        for number in range(count):
+            self.make_file(b"tree/back\\slash%d" % number)
+        process = self.start("--format=json", stderr=subprocess.PIPE)
+        # Much of it does not fit into the pipe.
+        written = bytearray(4)
+        while not any(written):
+            fcntl.ioctl(process.stdout, termios.FIONREAD, written)
+
+        self.interrupt(process)
+        report, complaint = process.communicate(timeout=300)
+
+        self.assertEqual((process.returncode, complaint), (130, b""))
+        catalogue = json.loads(report)
+        self.assertNotIn("interrupted", catalogue)
+        self.assertEqual(len(catalogue["unreadable"]), count)
+
     def test_second_one_ends_it_at_once(self):
         terminal, side = pty.openpty()
         # Its first line of progress has the program wait.
         termios.tcflow(side, termios.TCOOFF)
         process = self.start(stderr=side)
-        while not self.handles_interrupts(process):
-            self.assertIsNone(process.poll())
 
-        process.send_signal(signal.SIGINT)
-        while self.handles_interrupts(process):
-            self.assertIsNone(process.poll())
+        self.interrupt(process)
         process.send_signal(signal.SIGINT)
         report, _ = process.communicate(timeout=300)
 
