@@ -32,7 +32,7 @@ struct PlatformWhereabouts {
 namespace qvr::QVR_PLATFORM {
 
 /// From now on has `handler` called, with all signals blocked, on each thread that gets
-/// the signal of requestStop(). `context` says where the thread was, for isInsideSystem().
+/// the signal of requestStop(). `context` says where the thread was, for placeOf().
 int handleStops(void (*handler)(const void* context)) noexcept;
 
 /// Lets that signal through to the calling thread.

@@ -80,6 +80,10 @@ struct Range {
   bool contains(Address address) const { return begin <= address && address < end; }
 };
 
+bool isInside(std::span<const Range> code, Address instruction) {
+  return std::ranges::any_of(code, [&](const Range& range) { return range.contains(instruction); });
+}
+
 /// A few values that are looked up in signal handlers.
 template <class T, std::size_t kMost>
 class Table {
@@ -104,6 +108,7 @@ class SystemCode {
          {"malloc", "fwrite", "pthread_mutex_lock", "__tls_get_addr", "__cxa_throw"}) {
       forEachDefinition(name, [this](Address function) { addModule(function); });
     }
+    prepareUnwinder();
     if (!unwinderIsLockless()) addModule(reinterpret_cast<Address>(&_Unwind_RaiseException));
     for (const char* name : kLockless) {
       forEachDefinition(name, [this](Address function) { lockless_.add(function); });
@@ -113,18 +118,11 @@ class SystemCode {
     lockWait_ =
         reinterpret_cast<Address>(dlvsym(libc_, "__lll_lock_wait_private", "GLIBC_PRIVATE"));
     addModule(getauxval(AT_SYSINFO_EHDR));
-    dlclose(libc_);
+    if (libc_ != nullptr) dlclose(libc_);
   }
 
-  bool contains(Address instruction) const {
-    return std::ranges::any_of(ranges_.values(),
-                               [&](const Range& range) { return range.contains(instruction); });
-  }
-
-  bool isLoader(Address instruction) const {
-    return std::ranges::any_of(loader_.values(),
-                               [&](const Range& range) { return range.contains(instruction); });
-  }
+  bool contains(Address instruction) const { return isInside(ranges_.values(), instruction); }
+  bool isLoader(Address instruction) const { return isInside(loader_.values(), instruction); }
 
   /// Those in which a thread sleeps for a lock: one of the C library's own, and one of anybody's.
   bool isLockWait(Address function) const { return function != 0 && function == lockWait_; }
@@ -216,6 +214,11 @@ class SystemCode {
   // The unwinder took the loader's lock before there was a look-up without. A thread that
   // does little but throw is hardly ever found elsewhere.
   static bool unwinderIsLockless() { return dlsym(RTLD_DEFAULT, "_dl_find_object") != nullptr; }
+
+  // Its first use, which others wait for, is not to be that of a thread that is stopped.
+  static void prepareUnwinder() {
+    _Unwind_Backtrace([](_Unwind_Context*, void*) { return _URC_END_OF_STACK; }, nullptr);
+  }
 
   // The program may use another definition than the C library does.
   template <class Action>

@@ -154,10 +154,9 @@ int joinThread(PlatformThread thread) noexcept {
 
 int detachCallingThread() noexcept { return pthread_detach(pthread_self()); }
 
-// The C library hands the thread's block on with its stack. What it holds for a key would be
-// the next thread's, and destroyed with that.
+// The C library hands the stack on to the next thread, with what it keeps there: a value of
+// a key would be the next thread's, and destroyed with that.
 void exitThread() noexcept {
-  // The C library hands the stack on to the next thread, with the values of the keys.
   for (pthread_key_t key = 0; key < PTHREAD_KEYS_MAX; ++key) {
     if (pthread_getspecific(key) != nullptr) pthread_setspecific(key, nullptr);
   }
