@@ -61,7 +61,8 @@ class EndedThreads {
   /// For the thread itself, which ends next.
   static void add(Thread& thread) noexcept {
     const ShortLock lock(endedLock);
-    thread.nextEnded_ = std::exchange(first_, &thread);
+    thread.nextEnded_ = first_;
+    AtomicLink(first_).store(&thread, std::memory_order_relaxed);
   }
 
   static void free() noexcept {
