@@ -171,22 +171,36 @@ void Thread::dropWork() {
 
 void Thread::leave() noexcept {
   Thread* const self = std::exchange(threadState.thread, nullptr);
-  if (self == nullptr || self->endRequests()) return;
+  if (self == nullptr) return;
+  const bool freesItself = !self->settings_.isJoinable;
+  const bool hasController = self->endRequests(freesItself ? kEnded | kFreesItself : kEnded);
+  if (hasController && !freesItself) return;
   platform::detachCallingThread();
-  delete self;
+  if (hasController) {
+    self->leaveToController();
+  } else {
+    delete self;
+  }
 }
 
 /// @return whether there is somebody to free it.
-bool Thread::endRequests() noexcept {
+bool Thread::endRequests(std::uint32_t marks) noexcept {
   std::uint32_t before = 0;
   {
     // Nobody signals the identifier once it may belong to another thread.
     const ShortLock lock(sendLock_);
-    before = word().fetch_or(kEnded, std::memory_order_acq_rel);
+    before = word().fetch_or(marks, std::memory_order_acq_rel);
   }
   if ((before & kLetGo) != 0) return false;
   answer();
   return true;
+}
+
+// The controller waits for it, and may delete this object at once.
+void Thread::leaveToController() noexcept {
+  std::uint32_t* const address = &word_;
+  word().fetch_or(kLeft, std::memory_order_release);
+  wakeAll(address);
 }
 
 void Thread::answer() noexcept {
@@ -270,7 +284,7 @@ void Thread::endHere() noexcept {
   giveDeferredWake();
   giveBiasedThreadBack();
   threadState.thread = nullptr;
-  if (!endRequests()) {
+  if (!endRequests(kEnded)) {
     EndedThreads::free();
     EndedThreads::add(*this);
   }
@@ -399,13 +413,22 @@ void Thread::waitForEnd() noexcept {
   }
 }
 
+bool Thread::awaitLeaving() noexcept {
+  for (;;) {
+    const std::uint32_t seen = word().load(std::memory_order_acquire);
+    if ((seen & kLeft) != 0) return true;
+    waitWhile(word_, seen);
+  }
+}
+
 bool Thread::free() noexcept {
   if (!isFreed_) {
     if (!isElsewhere()) closeTimer();
     // Its end is near. A thread that is ended while it waits here would keep others from
     // ever freeing this one.
     const ShortSection section;
-    isFreed_ = isElsewhere() || platform::joinThread(native_) == 0;
+    isFreed_ =
+        isElsewhere() || (has(kFreesItself) ? awaitLeaving() : platform::joinThread(native_) == 0);
   }
   return isFreed_ && !isElsewhere();
 }

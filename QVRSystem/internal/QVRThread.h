@@ -26,6 +26,7 @@ struct ThreadSettings {
   std::size_t stackSize = 0;  // bytes; the system's own size where that is not smaller
   int niceValue = 0;          // 0: the one that is inherited
   bool isSuspended = false;   // waits for resume() before its work, its suspend count being 1
+  bool isJoinable = true;     // else it frees itself when it ends; its object stays
 };
 
 /// A thread, for whoever controls it, who is one at a time, and for the thread itself.
@@ -107,6 +108,8 @@ class Thread {
   static constexpr std::uint32_t kCancelled = 1u << 25;  // is to end
   static constexpr std::uint32_t kEnded = 1u << 26;      // takes no requests any more
   static constexpr std::uint32_t kLetGo = 1u << 27;      // has nobody to free it
+  static constexpr std::uint32_t kFreesItself = 1u << 28;
+  static constexpr std::uint32_t kLeft = 1u << 29;  // so one does not need this object any more
 
   ~Thread() = default;
 
@@ -119,7 +122,8 @@ class Thread {
   void carryOutRequest() noexcept;
   bool askAgain() noexcept;
   [[noreturn]] void endHere() noexcept;
-  bool endRequests() noexcept;
+  bool endRequests(std::uint32_t marks) noexcept;
+  void leaveToController() noexcept;
   void answer() noexcept;
 
   // The controller's.
@@ -131,6 +135,7 @@ class Thread {
   bool request(std::uint32_t awaited) noexcept;
   void waitForAnswer(std::uint32_t last) noexcept;
   void waitForEnd() noexcept;
+  bool awaitLeaving() noexcept;
   bool free() noexcept;
 
   void dropWork();

@@ -21,12 +21,6 @@
 
 constexpr char kSource[] = "QVRSystem/QVRThreadsMD.m/src/QVRSysThread";
 
-struct QVRSysThreadBodyTestAccess {
-  static void setState(QVRSysThreadBody& body, int state) {
-    body.setState(static_cast<QVRSysExecutionState>(state));
-  }
-};
-
 namespace {
 
 using Access = QVRSysThreadBodyTestAccess;
@@ -216,6 +210,23 @@ TEST(QVRSysThreadBodyTest, ThreadThatIsNotJoinableOutlivesItsBody) {
 
   awaitEnd(id);
   EXPECT_EQ(runnable->getReferences(), 1u);
+}
+
+TEST(QVRSysThreadBodyTest, ThreadThatIsNotJoinableGivesItsStackBackThoughItsBodyStays) {
+  QVRSysThreadAttribute attribute = detachedAttribute();
+  attribute.setInitialCommittedStackSize(kRareStackSize);
+  std::vector<ThreadPointer> bodies;
+  std::vector<void*> stacks(3);
+  for (void*& stack : stacks) {
+    bodies.push_back(makeThread([&] { stack = stackAddress(); }, attribute));
+    bodies.back()->start();
+    awaitEnd(bodies.back()->getThreadId());
+  }
+
+  EXPECT_EQ(stacks[0], stacks[1]);
+  EXPECT_EQ(stacks[0], stacks[2]);
+  EXPECT_TRUE(bodies[0]->cancel());
+  EXPECT_FALSE(bodies[1]->join());
 }
 
 TEST(QVRSysThreadBodyTest, StartOfARunningBodyThatIsNotJoinableReportsAndStartsOneMore) {

@@ -17,6 +17,12 @@
 #include "QVRSysIRunnableBody.h"
 #include "QVRSysThreadBody.h"
 
+struct QVRSysThreadBodyTestAccess {
+  static void setState(QVRSysThreadBody& body, int state) {
+    body.setState(static_cast<QVRSysExecutionState>(state));
+  }
+};
+
 using ThreadPointer = QVRCountedPointer<QVRSysThreadBody>;
 using RunnablePointer = QVRCountedPointer<QVRSysIRunnableBody>;
 
@@ -87,6 +93,21 @@ inline void awaitSleep(const QVRSysThreadId& id) {
   for (std::string text; std::getline(std::ifstream(path), text);) {
     if (text.at(text.rfind(')') + 2) == 'S') return;
   }
+}
+
+/// A stack of this size, which no other thread has, goes to the next thread that asks for one
+/// like it, once the system has it back.
+inline constexpr std::size_t kRareStackSize = 16 * 1024 * 1024;
+
+/// The stack of the calling thread.
+inline void* stackAddress() {
+  pthread_attr_t attributes;
+  void* address = nullptr;
+  std::size_t size = 0;
+  pthread_getattr_np(pthread_self(), &attributes);
+  pthread_attr_getstack(&attributes, &address, &size);
+  pthread_attr_destroy(&attributes);
+  return address;
 }
 
 /// Counts as long as it runs, so that a test sees whether it does.

@@ -47,6 +47,7 @@ ThreadSettings settingsOf(const QVRSysThreadAttribute& attribute) {
   ThreadSettings settings;
   settings.stackSize = attribute.getInitialCommittedStackSize();
   settings.isSuspended = (attribute.getCreateSuspendedFlag() & QVR_SYS_CREATE_SUSPENDED) != 0;
+  settings.isJoinable = attribute.getDetachState() == QVR_SYS_JOINABLE;
   if (isPriority(attribute)) settings.niceValue = -attribute.getPriority();
   return settings;
 }

@@ -23,6 +23,7 @@ struct ThreadSettings {
   std::size_t stackSize = 0;
   int niceValue = 0;
   bool isSuspended = false;
+  bool isJoinable = true;
 };
 
 class Thread {
