@@ -159,7 +159,7 @@ class QVRSYSTEM_API QVRSysThreadBody : public QVRSysMonitor, public QVRCountedOb
   }
 
   Thread* thread_ = nullptr;  // kept until joined, started anew or destroyed
-  QVRSysThreadId id_;         // of the thread that was joined last
+  QVRSysThreadId id_;         // of the thread before
   QVRCountedPointer<QVRSysIRunnableBody> runnable_;
   QVRSysThreadAttribute attribute_;
   // Its own thread asks too.

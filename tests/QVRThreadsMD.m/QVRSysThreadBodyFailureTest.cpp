@@ -140,6 +140,20 @@ TEST(QVRSysThreadBodyFailureTest, ThreadRunsThatCannotLetTheStopSignalThrough) {
 
 #ifndef QVR_TEST_SANITIZES_THREADS
 
+TEST(QVRSysThreadBodyFailureTest, BodyOfACancelledThreadKeepsItsIdentifierWhereNoneIsCreated) {
+  const ThreadPointer body = makeThread([] { pause(); });
+  body->start();
+  const QVRSysThreadId id = body->getThreadId();
+  EXPECT_TRUE(body->cancel());
+  const PlatformPlan plan("createThread", EAGAIN);
+
+  EXPECT_THROW(body->start(), QVREResourceLimit);
+
+  EXPECT_EQ(body->getThreadId(), id);
+  EXPECT_FALSE(body->join());
+  EXPECT_FALSE(body->getThreadId().isValid());
+}
+
 TEST(QVRSysThreadBodyFailureTest, ThreadThatCannotBeAskedIsNotSuspended) {
   Counter counter;
   const ThreadPointer body = makeThread(std::ref(counter));

@@ -91,8 +91,10 @@ ThreadWork QVRSysThreadBody::makeWork() const {
           [](void* what) { delete static_cast<Runnable*>(what); }, runnable_.get()};
 }
 
-// The new thread finds its body complete: what it is known by is written before it runs.
+// The new thread finds its body complete: what it is known by is written before it runs. Where
+// there is none, the body keeps the identifier of the one before.
 void QVRSysThreadBody::create() {
+  id_ = getThreadId();
   letGo();
   thread_ = new Thread(makeWork());
   if (thread_->start(settingsOf(attribute_)) == 0) return;
