@@ -105,6 +105,19 @@ TEST(QVRSysThreadStopTest, SuspendedBodyRefusesToStartAndToBeJoined) {
   counter.awaitMore();
 }
 
+TEST(QVRSysThreadStopTest, SuspendedBodyThatIsNotJoinableIsNotJoinedEither) {
+  Counter counter;
+  const ThreadPointer body = makeThread(std::ref(counter), detachedAttribute());
+  body->start();
+  counter.awaitStart();
+  body->suspend();
+
+  EXPECT_FALSE(body->join());
+
+  EXPECT_TRUE(body->isSuspended());
+  EXPECT_TRUE(body->cancel());
+}
+
 TEST(QVRSysThreadStopTest, CancelledThreadIsGoneAndItsIdentifierKept) {
   for (const bool suspends : {false, true}) {
     Counter counter;
@@ -257,28 +270,39 @@ TEST(QVRSysThreadStopTest, ThreadThatCancelsItselfEndsThere) {
   while (!body->isIdle()) sched_yield();
 }
 
-/// A body that its own thread holds last.
-struct OwnBody {
-  ThreadPointer body;
-  ~OwnBody() noexcept {}
-};
+/// Ends a thread that calls this, and its body with it.
+void cancelWithBody(std::shared_ptr<ThreadPointer>& last) {
+  QVRSysThreadBody& body = **last;
+  // The runnable, which holds the body, goes with the thread.
+  QVRSysThreadBodyTestAccess::setState(body, QVR_SYS_IDLE);
+  body.setRunnable(nullptr);
+  QVRSysThreadBodyTestAccess::setState(body, QVR_SYS_RUNNING);
+  body.cancel();
+}
 
-TEST(QVRSysThreadStopTest, ThreadCancelsItselfAlsoWhenItsBodyIsDropped) {
-  std::vector<QVRSysThreadId> ids;
-  for (int i = 0; i < 20; ++i) {
-    auto own = std::make_shared<OwnBody>();
-    own->body = makeThread([own] { own->body->cancel(); }, detachedAttribute());
-    ThreadPointer started = own->body;
+TEST(QVRSysThreadStopTest, ThreadThatCancelsItselfWithItsBodyIsFreedByTheNextThatIsStarted) {
+  std::vector<void*> stacks(5);
+  for (void*& stack : stacks) {
+    QVRSysThreadAttribute attribute;
+    attribute.setInitialCommittedStackSize(kRareStackSize);
+    auto own = std::make_shared<ThreadPointer>();
+    Event mayEnd;
+    *own = makeThread(
+        [&mayEnd, &stack, own]() mutable {
+          stack = stackAddress();
+          mayEnd.wait();
+          cancelWithBody(own);
+        },
+        attribute);
+    QVRSysThreadBody& body = **own;
     own.reset();
-    Event dropped;
-    started->start();
-    ids.push_back(started->getThreadId());
-    started.detach();
-  }
-
-  for (const QVRSysThreadId& id : ids) {
+    body.start();
+    const QVRSysThreadId id = body.getThreadId();
+    mayEnd.set();
     awaitEnd(id);
   }
+
+  for (void* const stack : stacks) EXPECT_EQ(stack, stacks[0]);
 }
 
 TEST(QVRSysThreadStopTest, ThreadIsStoppedWhateverItsStarterBlocked) {
@@ -488,16 +512,17 @@ TEST(QVRSysThreadStopTest, SuspensionNeitherShortensNorLengthensASleep) {
   using Clock = std::chrono::steady_clock;
   constexpr std::chrono::milliseconds kTime(100);
   const Clock::time_point start = Clock::now();
-  const StoppedThread sleeper([&] { QVRSysThreadSleep(kTime.count()); });
-  for (int i = 0; i < 10; ++i) {
-    sleeper->suspend();
-    sleeper->resume();
+  FinishingThread sleeper([&] { QVRSysThreadSleep(kTime.count()); });
+  const AssertRecorder asserts;  // of the last suspension, which may find it ended
+
+  // A sleep that began anew after each would never end.
+  while (!sleeper.isFinished) {
+    sleeper.thread->suspend();
+    sleeper.thread->resume();
   }
 
-  EXPECT_TRUE(sleeper->join());
-
   EXPECT_GE(Clock::now() - start, kTime);
-  EXPECT_LT(Clock::now() - start, 20 * kTime);
+  EXPECT_TRUE(sleeper.thread->join());
 }
 
 TEST(QVRSysThreadStopTest, ThreadIsStoppedInPollWhichMayFail) {
