@@ -188,6 +188,32 @@ TEST(QVRTraceLogFailureTest, CallersCodeRunsOutsideShortSections) {
   EXPECT_EQ(marks(), 0u);
 }
 
+// A heap of a caller's that waits would keep its thread from being stopped.
+TEST(QVRTraceLogFailureTest, CallersHeapRunsOutsideShortSections) {
+  const TraceRecorder recorder;
+  QVRTraceLog log("Test", QVRTraceLevelDebug, "%m");
+  std::size_t allocations = 0;
+  const AllocationObserver observer([&](std::size_t) {
+    ++allocations;
+    EXPECT_EQ(marks(), 0u);
+  });
+  const std::string longFormat(100, 'f');
+  const std::string longText(5000, 'x');
+
+  log.SetFormat(longFormat);
+  EXPECT_EQ(log.GetFormat(), longFormat);
+  log.acquireLock();
+  log.write(QVRTraceLevelError, "file", 1);
+  log.write(QVRTraceLevelError, longText.c_str());
+  log.acquireLock();
+  log.write(QVRTraceLevelError, "inner");
+  log.releaseLock();
+  log.releaseLock();
+
+  EXPECT_GE(allocations, 5u);
+  EXPECT_EQ(recorder.lines().back(), longFormat + longText);
+}
+
 TEST(QVRTraceLogFailureTest, WriterThatThrowsLeavesTheMarksEven) {
   TraceRecorder recorder;
   recorder.onLine([] { throw std::runtime_error("writer"); });

@@ -25,7 +25,6 @@ using qvr::internal::ForkRank;
 using qvr::internal::OpenSpan;
 using qvr::internal::OpenWait;
 using qvr::internal::ShortSection;
-using qvr::internal::ShortSectionPause;
 using qvr::trace::Line;
 using qvr::trace::LineBuffer;
 
@@ -151,24 +150,43 @@ union LineLock {
 
 constinit LineLock lineLock;
 
-// That a thread may hold while it runs an operand or a writer.
-void takeLines(QVRSysFastMutexLock& lines) QVR_ACQUIRE(lines) {
+// In a short section. A thread may hold them while it runs an operand or a writer.
+void waitForLines(QVRSysFastMutexLock& lines) QVR_ACQUIRE(lines) {
   const OpenWait wait;
   lines.acquire();
+}
+
+void takeLines(QVRSysFastMutexLock& lines) QVR_ACQUIRE(lines) {
+  const ShortSection section;
+  waitForLines(lines);
+  OpenSpan::begin();
+}
+
+void giveLinesBack(QVRSysFastMutexLock& lines) QVR_RELEASE(lines) {
+  {
+    const ShortSection section;
+    OpenSpan::end();
+    lines.release();
+  }
+  OpenSpan::stopIfDeferred();
 }
 
 }  // namespace
 
 constinit QVRSysFastMutexLock& QVRTraceLog::ClassMutex = lineLock.lock;
 
+// Memory is asked for and given back without the lock of the instance.
 struct [[gnu::visibility("hidden")]] QVRTraceLog::State {
   State(const std::string& logName, QVRTraceLevel logLevel, const std::string& logFormat)
-      : name(logName),
-        levelVariable(logName + kLevelVariableEnding),
-        level(logLevel),
-        format(logFormat) {}
+      : name(logName), levelVariable(logName + kLevelVariableEnding), level(logLevel) {
+    format.reserve(kShortestRoom);
+    setFormat(logFormat);
+  }
 
   void setFormat(const std::string& newFormat);
+  /// The same, where the format or else `room` has room for it.
+  bool trySetFormat(const std::string& newFormat, std::string& room);
+  std::string copyFormat();
   /// Makes `headerFormat` the format of the next header.
   void takeFormat() QVR_REQUIRES(ClassMutex);
   void emit() QVR_REQUIRES(ClassMutex);
@@ -178,9 +196,10 @@ struct [[gnu::visibility("hidden")]] QVRTraceLog::State {
 
   QVRSysFastMutexLock instanceLock;
   Atomic<QVRTraceLevel> level;  // written under instanceLock
+  // Always with room for what it may be replaced by.
   std::string format QVR_GUARDED_BY(instanceLock);
   // Both written under instanceLock, and read without by who would change nothing.
-  Atomic<std::uint64_t> formatVersion{1};
+  Atomic<std::uint64_t> formatVersion{0};
   Atomic<bool> isFormatBlank{false};
 
   Line outermost QVR_GUARDED_BY(ClassMutex);
@@ -188,32 +207,63 @@ struct [[gnu::visibility("hidden")]] QVRTraceLog::State {
   std::string headerFormat QVR_GUARDED_BY(ClassMutex);  // that of headerVersion
   std::uint64_t headerVersion QVR_GUARDED_BY(ClassMutex) = 0;
 
+  static constexpr std::size_t kShortestRoom = sizeof kDefaultFormat;
+
   static const ForkLock forkLocks[];
 };
 
 void QVRTraceLog::State::setFormat(const std::string& newFormat) {
-  const bool isBlank = newFormat == kBlankFormat;
   // Every exception that is made blanks the system log: once is enough.
-  if (isBlank && isFormatBlank) return;
+  if (isFormatBlank && newFormat == kBlankFormat) return;
+  std::string room;
+  while (!trySetFormat(newFormat, room)) {
+    room.reserve(std::max(newFormat.size(), kShortestRoom));
+  }
+}
+
+bool QVRTraceLog::State::trySetFormat(const std::string& newFormat, std::string& room) {
+  const ShortSection section;
   const QVRSysFastMutexLock::LockGuard guard(instanceLock);
+  if (format.capacity() < newFormat.size()) {
+    if (room.capacity() < newFormat.size()) return false;
+    format.swap(room);
+  }
   format = newFormat;
-  isFormatBlank = isBlank;
+  isFormatBlank = format == kBlankFormat;
   ++formatVersion;
+  return true;
+}
+
+std::string QVRTraceLog::State::copyFormat() {
+  std::string copy;
+  for (std::size_t needed = 0;;) {
+    copy.reserve(needed);
+    const ShortSection section;
+    const QVRSysFastMutexLock::LockGuard guard(instanceLock);
+    needed = format.size();
+    if (copy.capacity() < needed) continue;
+    copy = format;
+    return copy;
+  }
 }
 
 void QVRTraceLog::State::takeFormat() {
-  if (formatVersion == headerVersion) return;
-  const QVRSysFastMutexLock::LockGuard guard(instanceLock);
-  if (format == kStandsForDefaultFormat) format = kDefaultFormat;
-  headerFormat = format;
-  headerVersion = formatVersion;
+  for (std::size_t needed = 0; formatVersion != headerVersion;) {
+    headerFormat.reserve(needed);
+    const ShortSection section;
+    const QVRSysFastMutexLock::LockGuard guard(instanceLock);
+    if (format == kStandsForDefaultFormat) format = kDefaultFormat;
+    needed = format.size();
+    if (headerFormat.capacity() < needed) continue;
+    headerFormat = format;
+    headerVersion = formatVersion;
+  }
 }
 
 void QVRTraceLog::State::emit() {
   if (!isEmitted(current->level)) return;
   // The writer is not ours, and may trace to this log itself: that becomes a
   // line inside this one, which stays as it is until the writer returns.
-  const ShortSectionPause pause;
   ZELSysLog::Write(current->buffer.text());
 }
 
@@ -260,31 +310,21 @@ bool QVRTraceLog::detLevel(QVRTraceLevel level) const {
   return level <= QVRTraceLevelWarning || getLevel() >= level;
 }
 
-void QVRTraceLog::SetFormat(const std::string& format) {
-  const ShortSection section;
-  state_->setFormat(format);
-}
+void QVRTraceLog::SetFormat(const std::string& format) { state_->setFormat(format); }
 
-std::string QVRTraceLog::GetFormat() const {
-  const ShortSection section;
-  const QVRSysFastMutexLock::LockGuard guard(state_->instanceLock);
-  return state_->format;
-}
+std::string QVRTraceLog::GetFormat() const { return state_->copyFormat(); }
 
 void QVRTraceLog::acquireLock() {
-  const ShortSection section;
   takeLines(ClassMutex);
   try {
     state_->current = &state_->current->begin();
   } catch (...) {
-    ClassMutex.release();
+    giveLinesBack(ClassMutex);
     throw;
   }
-  OpenSpan::begin();
 }
 
 std::ostream& QVRTraceLog::write(QVRTraceLevel level, const char* text) {
-  const ShortSection section;
   Line& line = *state_->current;
   line.level = level;
   const std::string_view appended = orEmpty(text);
@@ -292,7 +332,6 @@ std::ostream& QVRTraceLog::write(QVRTraceLevel level, const char* text) {
 }
 
 std::ostream& QVRTraceLog::write(QVRTraceLevel level, const char* file, int lineNumber) {
-  const ShortSection section;
   Line& line = *state_->current;
   line.level = level;
   line.forgetErrors();
@@ -314,22 +353,17 @@ void QVRTraceLog::releaseLock() QVR_NO_THREAD_SAFETY_ANALYSIS {
   struct Ending {
     ~Ending() QVR_NO_THREAD_SAFETY_ANALYSIS {
       state.current = &state.current->end();
-      OpenSpan::end();
-      ClassMutex.release();
+      giveLinesBack(ClassMutex);
     }
     State& state;
   };
-  {
-    const ShortSection section;
-    const Ending ending{*state_};
-    state_->emit();
-  }
-  OpenSpan::stopIfDeferred();
+  const Ending ending{*state_};
+  state_->emit();
 }
 
 void QVRTraceLog::SetDefaultLevel(QVRTraceLevel level) {
   const ShortSection section;
-  takeLines(ClassMutex);
+  waitForLines(ClassMutex);
   defaultLevel = level;
   ClassMutex.release();
 }
