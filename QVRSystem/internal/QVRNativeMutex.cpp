@@ -44,20 +44,22 @@ class OrphanList {
   /// others, so that a new mutex costs the same however many orphans there are.
   static void sweep() noexcept {
     constexpr int kLooks = 2;
-    if (AtomicLink(first_).load(std::memory_order_relaxed) == nullptr) return;
-    const OrphanSection section;
-    for (int look = 0; look < kLooks && first_ != nullptr; ++look) {
-      NativeMutex* const orphan = takeFirst();
-      orphan->followLastHolder();
-      if (platform::closeMutex(orphan->mutex_) == 0) {
-        delete orphan;
-      } else {
-        append(orphan);
-      }
-    }
+    for (int look = 0; look < kLooks; ++look) delete takeClosable();
   }
 
  private:
+  /// The first, off the list, where it can be freed; null otherwise.
+  static NativeMutex* takeClosable() noexcept {
+    if (AtomicLink(first_).load(std::memory_order_relaxed) == nullptr) return nullptr;
+    const OrphanSection section;
+    if (first_ == nullptr) return nullptr;
+    NativeMutex* const orphan = takeFirst();
+    orphan->followLastHolder();
+    if (platform::closeMutex(orphan->mutex_) == 0) return orphan;
+    append(orphan);
+    return nullptr;
+  }
+
   static void append(NativeMutex* orphan) noexcept {
     orphan->nextOrphan_ = nullptr;
     NativeMutex*& link = first_ == nullptr ? first_ : last_->nextOrphan_;

@@ -385,10 +385,11 @@ void QVRLocale::putMoney(std::u16string& out, double amount, SymbolType) const {
 const QVRLocale& QVRLocale::global() {
   // Pairs with the store below: whoever sees the instance sees it complete.
   if (const QVRLocale* const made = instance.load(std::memory_order_acquire)) return *made;
+  // A caller's operator new, and delete in onExit(), run without the lock.
+  auto locale = std::make_unique<const QVRLocale>("");
   const ShortSection section;
   const LockGuard guard(instanceLock);
   if (const QVRLocale* const made = instance.load(std::memory_order_relaxed)) return *made;
-  auto locale = std::make_unique<const QVRLocale>("");
   // The first look at the user's locale is taken here, whether there is one or not.
   probe("");
   if (!exitIsRegistered) exitIsRegistered = std::atexit(&QVRLocale::onExit) == 0;
@@ -399,7 +400,8 @@ const QVRLocale& QVRLocale::global() {
 bool QVRLocale::exists(const char* name) { return name != nullptr && probe(name); }
 
 void QVRLocale::onExit() {
+  std::unique_ptr<const QVRLocale> last;
   const ShortSection section;
   const LockGuard guard(instanceLock);
-  delete instance.exchange(nullptr, std::memory_order_acq_rel);
+  last.reset(instance.exchange(nullptr, std::memory_order_acq_rel));
 }
