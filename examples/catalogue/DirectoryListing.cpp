@@ -1,26 +1,38 @@
 #include "DirectoryListing.h"
 
-#include <filesystem>
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <memory>
 #include <utility>
 
 namespace catalogue {
 namespace {
 
-namespace fs = std::filesystem;
+struct Closing {
+  void operator()(DIR* directory) const { closedir(directory); }
+};
 
-Kind kindOf(const fs::directory_entry& entry) {
-  std::error_code refused;
-  if (entry.is_symlink(refused)) return Kind::Other;
-  if (refused) return Kind::Unknown;
-  if (entry.is_directory(refused)) return Kind::Directory;
-  if (entry.is_regular_file(refused)) return Kind::RegularFile;
-  return Kind::Other;
+// Not std::filesystem's iterator, which ends the program where it gets no memory.
+using OpenDirectory = std::unique_ptr<DIR, Closing>;
+
+std::error_code lastError() { return {errno, std::generic_category()}; }
+
+Kind kindOfMode(mode_t mode) {
+  if (S_ISDIR(mode)) return Kind::Directory;
+  return S_ISREG(mode) ? Kind::RegularFile : Kind::Other;
 }
 
-std::string nameOf(const fs::directory_entry& entry) {
-  const std::string& path = entry.path().native();
-  return path.substr(path.rfind('/') + 1);
+Kind kindOf(const dirent& entry, DIR* directory) {
+  if (entry.d_type != DT_UNKNOWN) return kindOfMode(DTTOIF(entry.d_type));
+  struct stat status {};
+  const bool isTold = fstatat(dirfd(directory), entry.d_name, &status, AT_SYMLINK_NOFOLLOW) == 0;
+  return isTold ? kindOfMode(status.st_mode) : Kind::Unknown;
 }
+
+bool isDots(std::string_view name) { return name == "." || name == ".."; }
 
 bool hasPercentPair(std::string_view path) {
   const auto first = path.find('%');
@@ -36,12 +48,16 @@ bool isNameable(std::string_view path) {
   return path.find('\\') == path.npos && !hasPercentPair(path);
 }
 
-DirectoryListing::DirectoryListing(const std::string& directory) {
-  const fs::directory_iterator end;
-  for (fs::directory_iterator entry(directory, failure_); !failure_ && entry != end;
-       entry.increment(failure_)) {
-    add(nameOf(*entry), kindOf(*entry));
+DirectoryListing::DirectoryListing(const std::string& path) {
+  const OpenDirectory directory(opendir(path.c_str()));
+  if (!directory) {
+    failure_ = lastError();
+    return;
   }
+  while (const dirent* const entry = (errno = 0, readdir(directory.get()))) {
+    if (!isDots(entry->d_name)) add(entry->d_name, kindOf(*entry, directory.get()));
+  }
+  failure_ = lastError();
 }
 
 std::optional<Kind> DirectoryListing::take(const std::string& name) {

@@ -30,7 +30,7 @@ class DirectoryListing {
     Kind kind;
   };
 
-  explicit DirectoryListing(const std::string& directory);
+  explicit DirectoryListing(const std::string& path);
 
   /// Why the list ends early, if it does.
   const std::error_code& failure() const { return failure_; }

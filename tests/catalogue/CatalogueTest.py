@@ -459,6 +459,27 @@ class Reading(CatalogueTest):
         self.assertEqual(catalogue["totals"]["directories"], 1)
         self.assertEqual(self.unreadable(catalogue), [(self.tree.decode(), "QVREOpenFailed")])
 
+    def test_lack_of_memory_is_told_in_one_line(self):
+        if is_sanitized():
+            self.skipTest("sanitizers need more memory than there is")
+        for number in range(200):
+            self.make_file(b"tree/%d/file" % number)
+        failures = 0
+        for megabytes in range(40, 0, -2):
+            limit = megabytes << 20
+            result = run(
+                "--threads=4",
+                self.tree,
+                preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (limit, limit)),
+            )
+            if b"error while loading shared libraries" in result.stderr:
+                break  # so say those who load the program
+            self.assertIn(result.returncode, (0, 3))
+            self.assertRegex(result.stderr, b"^(catalogue: .*\n)?$")
+            failures += result.returncode
+
+        self.assertGreater(failures, 0)
+
     def test_tree_that_changes_meanwhile_is_got_through(self):
         stop = threading.Event()
 
