@@ -6,7 +6,7 @@ set(QVR_SCHEDULED_HEADERS ${PROJECT_BINARY_DIR}/scheduled/include)
 # program they are the program's own: the library's copies of them, which the rest of
 # the library uses, must not be replaced by these when the program is loaded.
 set(QVR_SCHEDULED_CLASSES
-  QVRAtomicCounter QVRAtomicLock QVRCountedBase QVRCountedObject QVRCountedPointer
+  QVRAtomicCounter QVRAtomicLock QVRBufferEnd QVRCountedBase QVRCountedObject QVRCountedPointer
   QVRReadersWriterLock QVRRecursiveLock QVRSpinLock QVRSysCondition
   QVRSysCriticalSection QVRSysFastMutexLock QVRSysICondition QVRSysIMutexLock
   QVRSysIReadWriteLock QVRSysIRunnableBody QVRSysITimedMutexLock QVRSysLockGuard QVRSysMonitor

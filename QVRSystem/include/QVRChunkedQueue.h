@@ -11,9 +11,10 @@
 namespace qvr::internal {
 
 /// A first-in, first-out sequence that never moves an item: memory comes in chunks, of which
-/// one that is used up is kept for the next. Unlike std::deque it allocates nothing while it
-/// is empty, nothing as long as what is added and removed stays within two chunks, and no
-/// table of its chunks.
+/// one that is used up is kept for the next. Unlike std::deque it needs none while it is empty,
+/// none as long as what is added and removed stays within two chunks, and no table of its
+/// chunks. It neither allocates nor frees while items come and go: the caller does, without
+/// its locks.
 ///
 /// @par Thread safety
 /// One thread at a time.
@@ -21,13 +22,16 @@ namespace qvr::internal {
 /// Constant to add and remove, whatever the number of items.
 template <class T>
 class ChunkedQueue {
- public:
-  ChunkedQueue() noexcept = default;
-  ChunkedQueue(ChunkedQueue&& other) noexcept { swap(other); }
-  ChunkedQueue& operator=(ChunkedQueue&&) = delete;
+  struct Chunk;
 
-  /// Destroys the items, front first, all of them whatever they throw; the last exception
-  /// comes through.
+ public:
+  /// Memory for some dozens of items, or none.
+  using Memory = std::unique_ptr<Chunk>;
+
+  ChunkedQueue() noexcept = default;
+  ChunkedQueue(const ChunkedQueue&) = delete;
+  ChunkedQueue& operator=(const ChunkedQueue&) = delete;
+
   ~ChunkedQueue() noexcept(std::is_nothrow_destructible_v<T>) {
     const Storage storage{*this};
     clear();
@@ -38,23 +42,56 @@ class ChunkedQueue {
   /// The item that came first; there must be one.
   T& front() noexcept { return *front_; }
 
-  /// Makes an item behind the others. Changes nothing if memory or the item refuses.
+  /// @throws std::bad_alloc
+  static Memory allocate() { return std::make_unique_for_overwrite<Chunk>(); }
+
+  /// Makes an item behind the others, in `memory` where there is no other room.
+  /// @return whether it did; not where that takes memory and there is none. Changes nothing
+  ///   then, nor if the item throws.
   template <class... Arguments>
-  void append(Arguments&&... arguments) {
+  bool append(Memory& memory, Arguments&&... arguments) {
     if (back_ != end_) {
       std::construct_at(back_, std::forward<Arguments>(arguments)...);
       ++back_;
-      return;
+      return true;
     }
-    if (spare_ == nullptr) spare_ = new Chunk;
+    if (spare_ == nullptr) spare_ = memory.release();
+    if (spare_ == nullptr) return false;
     std::construct_at(spare_->begin(), std::forward<Arguments>(arguments)...);
     link(std::exchange(spare_, nullptr));
+    return true;
   }
 
   /// Destroys the item that came first; it is gone whatever its destructor throws.
-  void removeFront() noexcept(std::is_nothrow_destructible_v<T>) {
-    const Step step{*this};
+  /// @param surplus given memory that the queue will not need, if any.
+  void removeFront(Memory& surplus) noexcept(std::is_nothrow_destructible_v<T>) {
+    const Step step{*this, surplus};
     std::destroy_at(front_);
+  }
+
+  /// Destroys the items, front first, all of them whatever they throw; the last exception
+  /// comes through.
+  void clear() noexcept(std::is_nothrow_destructible_v<T>) {
+    Memory surplus;
+    if constexpr (std::is_nothrow_destructible_v<T>) {
+      while (!isEmpty()) removeFront(surplus);
+    } else {
+      try {
+        while (!isEmpty()) removeFront(surplus);
+      } catch (...) {
+        clear();
+        throw;
+      }
+    }
+  }
+
+  void swap(ChunkedQueue& other) noexcept {
+    std::swap(first_, other.first_);
+    std::swap(last_, other.last_);
+    std::swap(spare_, other.spare_);
+    std::swap(front_, other.front_);
+    std::swap(back_, other.back_);
+    std::swap(end_, other.end_);
   }
 
  private:
@@ -72,8 +109,9 @@ class ChunkedQueue {
 
   /// Goes past the first item at the end of a scope.
   struct Step {
-    ~Step() { queue.goOn(); }
+    ~Step() { queue.goOn(surplus); }
     ChunkedQueue& queue;
+    Memory& surplus;
   };
 
   /// Frees the chunks at the end of a scope.
@@ -84,28 +122,6 @@ class ChunkedQueue {
     }
     ChunkedQueue& queue;
   };
-
-  void swap(ChunkedQueue& other) noexcept {
-    std::swap(first_, other.first_);
-    std::swap(last_, other.last_);
-    std::swap(spare_, other.spare_);
-    std::swap(front_, other.front_);
-    std::swap(back_, other.back_);
-    std::swap(end_, other.end_);
-  }
-
-  void clear() noexcept(std::is_nothrow_destructible_v<T>) {
-    if constexpr (std::is_nothrow_destructible_v<T>) {
-      while (!isEmpty()) removeFront();
-    } else {
-      try {
-        while (!isEmpty()) removeFront();
-      } catch (...) {
-        clear();
-        throw;
-      }
-    }
-  }
 
   // A chunk behind the others, with one item.
   void link(Chunk* chunk) noexcept {
@@ -121,14 +137,14 @@ class ChunkedQueue {
     end_ = chunk->end();
   }
 
-  void goOn() noexcept {
+  void goOn(Memory& surplus) noexcept {
     ++front_;
     if (front_ == back_) {
       front_ = back_ = last_->begin();  // empty: uses the same memory again
     } else if (front_ == first_->end()) {
       Chunk* const used = std::exchange(first_, first_->next);
       front_ = first_->begin();
-      delete std::exchange(spare_, used);
+      surplus.reset(std::exchange(spare_, used));
     }
   }
 

@@ -9,6 +9,7 @@
 class QVRSysMutexLock;
 
 namespace qvr::internal {
+class BufferEndHold;
 class Waiter;
 }  // namespace qvr::internal
 
@@ -54,6 +55,14 @@ class QVRSYSTEM_API QVRSysCondition : public QVRSysICondition {
   QVRSysIMutexLock* getLock() const override;
 
  private:
+  friend class qvr::internal::BufferEndHold;  // takes off under a lock and wakes without
+
+  /// The thread that has waited longest, which no longer waits here and is for wake(); null
+  /// where none waits.
+  qvr::internal::Waiter* takeFirst() noexcept;
+  static void wake(qvr::internal::Waiter& waiter, bool isBehindMutex) noexcept;
+  bool isLockHeldByCaller() const noexcept;
+
   QVRSysMutexLock& lock_;
   QVRSysCriticalSection queueLock_ QVR_ACQUIRED_AFTER(lock_);  // never held while waiting
   // A qvr::internal::WaitList, which queueLock_ guards; whether anybody waits is

@@ -6,6 +6,7 @@
 #include "QVRThreadAnnotations.h"
 
 namespace qvr::internal {
+class BufferEndHold;
 class NativeMutex;
 }  // namespace qvr::internal
 
@@ -58,6 +59,7 @@ class QVRSYSTEM_API QVRSysMutexLock : public QVRSysIMutexLock {
   void finalize();
 
  private:
+  friend class qvr::internal::BufferEndHold;  // asks who holds it
   friend class QVRSysCondition;  // gives back one hold and takes it again, silently
 
   mutable qvr::internal::NativeMutex* native_ = nullptr;  // owned; null once closed

@@ -1,6 +1,7 @@
 // What buffers between producers and consumers are built on.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 
 #include "QVRAtomicAccess.h"
@@ -56,11 +57,16 @@ class QVRSYSTEM_API QVRSysPCBuffer : public QVRSysMonitor {
   /// @throws QVREInternalError as QVRSysMutexLock does.
   explicit QVRSysPCBuffer(std::size_t capacity = 0);
 
-  /// Lets other threads run a few times, as long as `count` is what it was: they may do what
-  /// the caller would otherwise sleep for and be woken from. To be called without the lock,
-  /// under which the caller looks afterwards.
-  static void giveWayWhile(const qvr::internal::Atomic<std::size_t>& count,
-                           std::size_t was) noexcept;
+  /// For a thread that would sleep otherwise, and does not hold the lock: lets others run, who
+  /// may do what it would sleep for.
+  /// @param time how often it has done so.
+  /// @return `false`, at once, where that was often enough.
+  static bool giveWay(int time) noexcept;
+
+  /// The capacity, for a thread that does not hold the lock.
+  std::size_t capacityNow() noexcept QVR_NO_THREAD_SAFETY_ANALYSIS {
+    return qvr::internal::AtomicRef<std::size_t>(capacity_).load(std::memory_order_relaxed);
+  }
 
   QVRSysCondition itemsAvailable_{mutex()};  // consumers wait on it
   QVRSysCondition roomAvailable_{mutex()};   // producers wait on it

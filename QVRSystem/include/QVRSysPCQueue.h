@@ -9,10 +9,13 @@
 #include <utility>
 
 #include "QVRAtomicAccess.h"
+#include "QVRBufferEnd.h"
 #include "QVRChunkedQueue.h"
 #include "QVRSysLockGuard.h"
 #include "QVRSysPCBuffer.h"
 #include "QVRThreadAnnotations.h"
+
+class QVRSysMutexLock;
 
 /// A first-in, first-out buffer of items that producers put and consumers get.
 ///
@@ -24,26 +27,34 @@
 /// for (Order order; orders.get(order);) process(order);
 /// @endcode
 ///
-/// Where an item throws while it is copied or moved, count and order of the queue are what
-/// they were, and whoever else waits can have the item or its room. Items whose moves do not
-/// throw are copied, assigned and destroyed with the lock given back, but for what clear()
-/// removes; with all others that happens under the lock, and they must not use the queue
-/// meanwhile. Such an item is copied rather than moved wherever it can be.
+/// Items whose moves and destructor do not throw are moved into the queue and out of it while
+/// the thread can be neither suspended nor ended: they must not wait for anything then.
+/// Nothing is held while they are copied, assigned and, but for what clear() removes,
+/// destroyed.
+///
+/// All others are copied, moved and destroyed under the lock, and must not use the queue
+/// meanwhile; they are copied rather than moved wherever they can be. Where one throws, count
+/// and order of the queue are what they were, and whoever else waits can have the item or its
+/// room.
 ///
 /// @tparam T an object type that can be moved or copied, and assigned likewise for get().
 /// @par Thread safety
 /// As QVRSysPCBuffer. Threads that wait are served in the order in which they came, but one
 /// that has not begun to wait may be faster.
 /// @par Cost
-/// One hold of the lock for a put or get, whatever the number of items; memory is allocated
-/// for some dozens of items at a time. A thread gives way to others a few times before it
-/// sleeps, and a wake-up is given where somebody sleeps only.
+/// Of items that are moved without throwing, producers and consumers do not wait for each
+/// other unless the queue is empty or full: a put or get costs what a QVRSpinLock costs, with
+/// any number of items. Of others, it is one hold of the lock. A thread lets others run a few
+/// times before it sleeps, and is woken only where it sleeps. Memory is allocated for some
+/// dozens of items at a time.
 template <class T>
 class QVRSysPCQueue : public QVRSysPCBuffer {
  public:
   /// @param capacity 0 for no limit; then a put never waits.
   /// @throws QVREInternalError as QVRSysMutexLock does.
   explicit QVRSysPCQueue(std::size_t capacity = 0) : QVRSysPCBuffer(capacity) {}
+
+  ~QVRSysPCQueue() noexcept(false) override { destroy(front_.items, back_.items); }
 
   /// Waits for room, then adds the item behind the others.
   /// @return whether it did: not where the queue is stopped, or is while it waits; the item
@@ -53,10 +64,15 @@ class QVRSysPCQueue : public QVRSysPCBuffer {
     if constexpr (kMovesSafely) {
       return put(T(item));
     } else {
-      return add(item);
+      return awaitAndPut(item);
     }
   }
-  bool put(T&& item) { return add(std::move_if_noexcept(item)); }
+  bool put(T&& item) {
+    if constexpr (kMovesSafely) {
+      if (tryForAWhile([&] { return putAtOnce(item); })) return true;
+    }
+    return awaitAndPut(std::move_if_noexcept(item));
+  }
 
   /// Waits for an item and gives the first one.
   /// @return whether it did: not where the queue is stopped, or is while it waits; `item` is
@@ -65,29 +81,21 @@ class QVRSysPCQueue : public QVRSysPCBuffer {
   bool get(T& item) {
     if constexpr (kMovesSafely) {
       std::optional<T> taken;
-      giveWayWhileEmpty();
-      QVRSysLockGuard guard(monitor());
-      if (!awaitItem()) return false;
-      taken.emplace(std::move(_first()));
-      _removeFirst();
-      guard.release();
+      const auto take = [&](T& first) { taken.emplace(std::move(first)); };
+      if (!tryForAWhile([&] { return tryGet(take); }) && !awaitAndGet(take)) return false;
       item = std::move(*taken);
+      return true;
     } else {
-      giveWayWhileEmpty();
-      const QVRSysLockGuard guard(monitor());
-      if (!awaitItem()) return false;
-      assignFirst(item);
-      _removeFirst();
+      return awaitAndGet([&](T& first) { assign(item, first); });
     }
-    return true;
   }
 
   /// Has every put and get return `false`, those that wait included, until restarted. The
   /// items stay.
   void stop() {
     const QVRSysLockGuard guard(monitor());
-    if (_isStopped()) return;
-    ++run_;
+    if (isStopped()) return;
+    _beginRun();
     itemsAvailable_.signalAll();
     roomAvailable_.signalAll();
   }
@@ -95,17 +103,17 @@ class QVRSysPCQueue : public QVRSysPCBuffer {
   /// Ends the stop; the items that are there can be had again.
   void restart() {
     const QVRSysLockGuard guard(monitor());
-    if (_isStopped()) ++run_;
+    if (isStopped()) _beginRun();
   }
 
   bool hasItems() const override {
     const QVRSysLockGuard guard(monitor());
-    return !_isStopped() && _count() != 0;
+    return !isStopped() && _count() != 0;
   }
 
   bool hasRoom() const override {
     const QVRSysLockGuard guard(monitor());
-    return !_isStopped() && !isFull();
+    return !isStopped() && (capacity_ == 0 || _count() < capacity_);
   }
 
   std::size_t count() const override {
@@ -117,109 +125,204 @@ class QVRSysPCQueue : public QVRSysPCBuffer {
   /// through.
   void clear() override {
     const QVRSysLockGuard guard(monitor());
-    setCount(0);
+    Items first;
+    Items rest;
+    {
+      const Hold front(front_.end);
+      const Hold back(back_.end);
+      first.swap(front_.items);
+      rest.swap(back_.items);
+      front_.removed.store(back_.added, std::memory_order_release);
+    }
     roomAvailable_.signal();  // who waits does not run before the lock is given back
-    const Items removed(std::move(items_));
+    destroy(first, rest);
   }
 
  protected:
-  // The steps of a get, for derived classes with more to do under one hold of the lock.
+  // What a put or get that does not wait does; for derived classes with more to do.
 
-  /// For a thread that is about to get an item, without the lock.
-  void giveWayWhileEmpty() const noexcept { giveWayWhile(count_, 0); }
+  /// Puts the item, which must be one whose moves do not throw, if there is room.
+  /// @param outer a lock to hold before this queue's own.
+  /// @return whether it did: not where the queue is stopped or another thread holds a lock
+  ///   either.
+  /// @throws std::bad_alloc
+  bool putAtOnce(T& item, const QVRSysMutexLock* outer = nullptr) {
+    return tryPut(std::move(item), outer);
+  }
 
-  bool _isStopped() const noexcept QVR_REQUIRES(monitor()) { return run_ % 2 != 0; }
+  /// Gets the first item, if there is one, as putAtOnce() puts.
+  bool getAtOnce(T& item) {
+    return tryGet([&](T& first) { item = std::move(first); });
+  }
 
-  /// Waits for an item until `givesUp()`, asked before each wait, says so.
-  /// @return whether there is one.
-  template <class Predicate>
-  bool _awaitItem(Predicate givesUp) QVR_REQUIRES(monitor()) {
-    while (!givesUp()) {
-      if (_count() != 0) return true;
-      itemsAvailable_.wait();
+  /// Without the lock: tries until it is done, a few times, with others let run in between.
+  template <class Attempt>
+  bool tryForAWhile(Attempt attempt) const {
+    for (int time = 0; !attempt(); ++time) {
+      if (isStopped() || !giveWay(time)) return false;
     }
-    return false;
+    return true;
   }
 
-  /// There must be one.
-  T& _first() noexcept QVR_REQUIRES(monitor()) { return items_.front(); }
-
-  void _removeFirst() QVR_REQUIRES(monitor()) {
-    setCount(_count() - 1);
-    roomAvailable_.signal();
-    items_.removeFront();
-  }
+  /// Settled only under the lock.
+  bool isStopped() const noexcept { return run() % 2 != 0; }
 
  private:
   using Items = qvr::internal::ChunkedQueue<T>;
+  using Count = qvr::internal::Atomic<std::uint64_t>;
 
   static constexpr bool kMovesSafely = std::is_nothrow_move_constructible_v<T> &&
                                        std::is_nothrow_move_assignable_v<T> &&
                                        std::is_nothrow_destructible_v<T>;
 
-  std::size_t _count() const noexcept { return count_.load(std::memory_order_relaxed); }
-  void setCount(std::size_t count) noexcept { count_.store(count, std::memory_order_relaxed); }
+  /// Of an end; others than safe items are the monitor's holder's alone.
+  using Hold = std::conditional_t<kMovesSafely, qvr::internal::BufferEndHold,
+                                  qvr::internal::BufferEndUnderMonitor>;
 
-  bool isFull() const noexcept QVR_REQUIRES(monitor()) {
-    return capacity_ != 0 && _count() >= capacity_;
-  }
+  // The ends have no cache line in common.
+  static constexpr std::size_t kCacheLine = 64;
 
-  bool isStoppedSince(std::uint64_t run) const noexcept QVR_REQUIRES(monitor()) {
-    return _isStopped() || run_ != run;
-  }
+  /// Where items are put.
+  struct Back {
+    char apart[kCacheLine];
+    mutable qvr::internal::BufferEnd end;
+    Items items QVR_GUARDED_BY(end);
+    std::uint64_t added QVR_GUARDED_BY(end) = 0;
+    std::uint64_t removed QVR_GUARDED_BY(end) = 0;  // at least so many by now
+  };
 
-  bool awaitRoom() QVR_REQUIRES(monitor()) {
-    const std::uint64_t run = run_;
-    while (!isStoppedSince(run)) {
-      if (!isFull()) return true;
-      roomAvailable_.wait();
+  /// Where they are got: those before all at the back.
+  struct Front {
+    char apart[kCacheLine];
+    mutable qvr::internal::BufferEnd end;
+    Items items QVR_GUARDED_BY(end);
+    Count removed = 0;  // written under the lock of the end
+  };
+
+  template <class Item>
+  bool tryPut(Item&& item, const QVRSysMutexLock* outer = nullptr) {
+    typename Items::Memory memory;
+    for (;; memory = Items::allocate()) {
+      Hold back(back_.end);
+      if (outer != nullptr && Hold::isHeldByAnother(*outer)) return false;
+      if (Hold::isHeldByAnother(mutex()) || isStopped() || isFull()) return false;
+      if (!back_.items.append(memory, std::forward<Item>(item))) continue;
+      ++back_.added;
+      back.signal(itemsAvailable_);
+      return true;
     }
-    return false;
   }
 
-  bool awaitItem() QVR_REQUIRES(monitor()) {
-    // The predicate is asked under the lock, which the analysis does not see.
-    return _awaitItem([this, run = run_]()
-                          QVR_NO_THREAD_SAFETY_ANALYSIS { return isStoppedSince(run); });
+  /// @param take is given the first item, if there is one.
+  template <class Take>
+  bool tryGet(Take take) {
+    typename Items::Memory surplus;
+    Hold front(front_.end);
+    if (Hold::isHeldByAnother(mutex()) || isStopped() || !reachFirst()) return false;
+    take(front_.items.front());
+    front_.removed.store(front_.removed.load(std::memory_order_relaxed) + 1,
+                         std::memory_order_release);
+    front.signal(roomAvailable_);
+    front_.items.removeFront(surplus);
+    return true;
   }
 
   template <class Item>
-  bool add(Item&& item) {
-    QVRSysLockGuard guard(monitor());
-    if (isFull()) {
-      const std::size_t full = _count();
-      guard.release();
-      giveWayWhile(count_, full);
-      guard.acquire();
-    }
-    if (!awaitRoom()) return false;
+  bool awaitAndPut(Item&& item) {
+    const QVRSysLockGuard guard(monitor());
     try {
-      items_.append(std::forward<Item>(item));
+      for (const std::uint64_t begun = run(); !isStoppedSince(begun); awaitRoom()) {
+        if (tryPut(std::forward<Item>(item))) return true;
+      }
     } catch (...) {
       roomAvailable_.signal();  // what this thread may have waited for is another's
       throw;
     }
-    setCount(_count() + 1);
-    itemsAvailable_.signal();
-    return true;
+    return false;
   }
 
-  void assignFirst(T& item) QVR_REQUIRES(monitor()) {
+  template <class Take>
+  bool awaitAndGet(Take take) {
+    const QVRSysLockGuard guard(monitor());
     try {
-      if constexpr (std::is_nothrow_move_assignable_v<T> || !std::is_copy_assignable_v<T>) {
-        item = std::move(_first());
-      } else {
-        item = std::as_const(_first());
+      for (const std::uint64_t begun = run(); !isStoppedSince(begun); itemsAvailable_.wait()) {
+        if (tryGet(take)) return true;
       }
     } catch (...) {
-      itemsAvailable_.signal();  // as in add()
+      itemsAvailable_.signal();  // as in awaitAndPut()
       throw;
+    }
+    return false;
+  }
+
+  void awaitRoom() QVR_REQUIRES(monitor()) {
+    {
+      // A get that this look does not see looks at the monitor later, and sees it held.
+      const Hold front(front_.end);
+      const Hold back(back_.end);
+      if (!isFull()) return;
+    }
+    roomAvailable_.wait();
+  }
+
+  bool isFull() QVR_REQUIRES(back_.end) {
+    const std::size_t capacity = capacityNow();
+    if (capacity == 0 || back_.added - back_.removed < capacity) return false;
+    // Pairs with the store in tryGet(): what was done before an item was got is visible to
+    // who puts in its place.
+    back_.removed = front_.removed.load(std::memory_order_acquire);
+    return back_.added - back_.removed >= capacity;
+  }
+
+  /// @return whether the first item, if there is one, is at the front now.
+  bool reachFirst() QVR_REQUIRES(front_.end) {
+    if (!front_.items.isEmpty()) return true;
+    const Hold back(back_.end);
+    front_.items.swap(back_.items);
+    return !front_.items.isEmpty();
+  }
+
+  std::size_t _count() const QVR_REQUIRES(monitor()) {
+    const Hold front(front_.end);
+    const Hold back(back_.end);
+    return back_.added - front_.removed.load(std::memory_order_relaxed);
+  }
+
+  std::uint64_t run() const noexcept { return run_.load(std::memory_order_relaxed); }
+
+  bool isStoppedSince(std::uint64_t begun) const noexcept { return isStopped() || run() != begun; }
+
+  void _beginRun() QVR_REQUIRES(monitor()) {
+    const Hold front(front_.end);
+    const Hold back(back_.end);
+    run_.store(run() + 1, std::memory_order_relaxed);
+  }
+
+  static void assign(T& item, T& first) {
+    if constexpr (std::is_nothrow_move_assignable_v<T> || !std::is_copy_assignable_v<T>) {
+      item = std::move(first);
+    } else {
+      item = std::as_const(first);
     }
   }
 
-  Items items_ QVR_GUARDED_BY(monitor());
-  // Written under the lock; without it a look at some moment, which orders nothing.
-  qvr::internal::Atomic<std::size_t> count_ = 0;
+  static void destroy(Items& first, Items& rest) noexcept(std::is_nothrow_destructible_v<T>) {
+    if constexpr (std::is_nothrow_destructible_v<T>) {
+      first.clear();
+    } else {
+      try {
+        first.clear();
+      } catch (...) {
+        rest.clear();
+        throw;
+      }
+    }
+    rest.clear();
+  }
+
   // Counts stops and restarts: odd while stopped. Who waits sees one that is over by then.
-  std::uint64_t run_ QVR_GUARDED_BY(monitor()) = 0;
+  // Written under the monitor and both ends.
+  Count run_ = 0;
+  Back back_;
+  Front front_;
 };

@@ -37,8 +37,8 @@ class PoolTasks;
 /// held while anybody waits for workers: enqueue(), size() and numberTasksPending() answer
 /// meanwhile.
 /// @par Cost
-/// Two holds of a lock to enqueue, one to take a runnable; a worker is woken only where one
-/// sleeps.
+/// That of a QVRSysPCQueue to enqueue a runnable and to take it: producers and workers do not
+/// wait for each other. A worker is woken only where one sleeps.
 class QVRSYSTEM_API QVRSysThreadPool : public QVRSysMonitor {
  public:
   /// Starts no thread yet.

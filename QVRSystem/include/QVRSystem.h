@@ -8,6 +8,7 @@
 #include "QVRBasicStringMsg.h"
 #include "QVRBiasedLockStorage.h"
 #include "QVRBlockAllocator.h"
+#include "QVRBufferEnd.h"
 #include "QVRChunkedQueue.h"
 #include "QVRClassInfo.h"
 #include "QVRCountedBase.h"

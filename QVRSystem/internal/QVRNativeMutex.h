@@ -51,6 +51,14 @@ class NativeMutex {
     return mutex != nullptr && mutex->isHeldByCaller();
   }
 
+  /// Whether another thread holds the mutex, or ended while it did, or there is none. Where
+  /// not, what its last holder wrote is visible.
+  static bool isHeldByAnother(const NativeMutex* mutex) noexcept {
+    if (mutex == nullptr) return true;
+    const std::uint64_t holder = mutex->holder_.load(std::memory_order_acquire);
+    return holder != kNobody && holder != currentThreadSerial();
+  }
+
   /// In the child of a fork: free, unless the calling thread holds it, which keeps its holds.
   void continueInChild() noexcept;
 
@@ -77,7 +85,7 @@ class NativeMutex {
   void followLastHolder() const noexcept;
 
   // The serial number of the thread that holds it. That of one that ended means
-  // nobody, since it is not used again; so no order is needed.
+  // nobody to whoever waits, since it is not used again; so that needs no order.
   Atomic<std::uint64_t> holder_ = kNobody;
   Atomic<std::uint32_t> depth_ = 0;    // the holder's, which writes it last
   NativeMutex* nextOrphan_ = nullptr;  // the list's
@@ -113,7 +121,7 @@ inline bool NativeMutex::release() noexcept {
   }
   // Until it is free and a waiter is awake.
   const ShortSection section;
-  holder_.store(kNobody, std::memory_order_relaxed);
+  holder_.store(kNobody, std::memory_order_release);  // pairs with isHeldByAnother()
   if (platform::releaseMutex(mutex_) == 0) {
     giveDeferredWake();
     return true;

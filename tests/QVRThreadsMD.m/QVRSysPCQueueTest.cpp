@@ -31,6 +31,7 @@ template <class T>
 class TestedQueue : public QVRSysPCQueue<T> {
  public:
   using QVRSysPCQueue<T>::QVRSysPCQueue;
+  using QVRSysMonitor::acquire;
   using QVRSysMonitor::monitor;
 };
 
@@ -54,9 +55,10 @@ std::vector<int> sequence(int from, int to) {
 /// Nothing is reported unless a test says so.
 class QVRSysPCQueueTest : public testing::Test {
  protected:
-  ~QVRSysPCQueueTest() override { EXPECT_EQ(asserts_.all(), std::vector<AssertRecord>()); }
+  ~QVRSysPCQueueTest() override { EXPECT_EQ(asserts_.all(), expectedReports_); }
 
   AssertRecorder asserts_;
+  std::vector<AssertRecord> expectedReports_;
 };
 
 TEST_F(QVRSysPCQueueTest, ANewOneIsEmptyAndHasRoom) {
@@ -310,6 +312,56 @@ TEST_F(QVRSysPCQueueTest, WhoHoldsTheLockMayUseItAndKeepsOthersOut) {
   }
   other.finish();
   EXPECT_EQ(takeAll(queue), sequence(2, 3));
+}
+
+TEST_F(QVRSysPCQueueTest, WhoHoldsTheLockKeepsThoseOutWhoGet) {
+  TestedQueue<int> queue;
+  CommandedThread other;
+  int item = 0;
+  queue.put(1);
+  {
+    const QVRSysLockGuard guard(queue.monitor());
+    other.start([&] { queue.get(item); });
+    EXPECT_TRUE(other.sleeps());
+    EXPECT_EQ(queue.count(), 1u);
+  }
+  other.finish();
+  EXPECT_EQ(item, 1);
+}
+
+TEST_F(QVRSysPCQueueTest, TheEndOfAThreadThatHeldTheLockIsReportedOnce) {
+  TestedQueue<int> queue;
+  std::thread([&] { queue.acquire(); }).join();
+
+  expectedReports_ = {{"Assertion", "result == ((((DWORD )0x00000000L) ) + 0 )",
+                       "QVRSystem/QVRThreadsMD.m/src/QVRSysMutexLock", 74}};
+
+  EXPECT_TRUE(queue.put(1));
+
+  EXPECT_EQ(asserts_.all(), expectedReports_);
+  int item = 0;
+  EXPECT_TRUE(queue.get(item) && queue.put(2));
+}
+
+TEST_F(QVRSysPCQueueTest, WhoGotTheLastItemMayDestroyIt) {
+  constexpr int kRounds = 2000;
+  std::atomic<QVRSysPCQueue<int>*> shared = nullptr;
+  std::thread producer([&] {
+    for (int round = 0; round < kRounds; ++round) {
+      QVRSysPCQueue<int>* queue = nullptr;
+      while ((queue = shared.exchange(nullptr)) == nullptr) std::this_thread::yield();
+      queue->put(round);
+    }
+  });
+
+  for (int round = 0; round < kRounds; ++round) {
+    const auto queue = std::make_unique<QVRSysPCQueue<int>>();
+    shared = queue.get();
+    int item = -1;
+    EXPECT_TRUE(queue->get(item));
+    EXPECT_EQ(item, round);
+  }
+  producer.join();
 }
 
 TEST_F(QVRSysPCQueueTest, HoldsItemsThatCanOnlyBeMoved) {

@@ -21,6 +21,7 @@
 
 #include "PoolRunnables.h"
 #include "QVRFunctor0.h"
+#include "QVRSysLockGuard.h"
 #include "QVRSysRunnableFunctorBody.h"
 #include "support/AssertRecorder.h"
 #include "support/CommandedThread.h"
@@ -105,6 +106,27 @@ TEST_F(QVRSysThreadPoolTest, SeveralWorkersRunAtOnce) {
   QVRSysThreadPool pool(3);
   pool.start();
   expectWorkers(pool, 3);
+}
+
+/// One whose lock tests can hold.
+class TestedPool final : public QVRSysThreadPool {
+ public:
+  using QVRSysMonitor::monitor;
+  using QVRSysThreadPool::QVRSysThreadPool;
+};
+
+TEST_F(QVRSysThreadPoolTest, WhoHoldsItsLockMayUseItAndKeepsOthersOut) {
+  TestedPool pool(0);
+  CommandedThread other;
+  {
+    const QVRSysLockGuard guard(pool.monitor());
+    other.start([&] { EXPECT_TRUE(pool.enqueue(task([] {}))); });
+    EXPECT_TRUE(other.sleeps());
+    EXPECT_TRUE(pool.enqueue(task([] {})));
+    EXPECT_EQ(pool.numberTasksPending(), 1u);
+  }
+  other.finish();
+  EXPECT_EQ(pool.numberTasksPending(), 2u);
 }
 
 TEST_F(QVRSysThreadPoolTest, AnEmptyRunnableIsRefused) {

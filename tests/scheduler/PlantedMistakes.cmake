@@ -92,7 +92,7 @@ qvr_planted_mistake(PlantedOwnerLeavesUnheard FOUND_BY QVRBiasedLock/
 # The mutex.
 qvr_planted_mistake(PlantedHolderForgottenTooLate FOUND_BY QVRSysMutexLock/
   IN internal/QVRNativeMutex.h COMPILED_IN ${native_mutex_users}
-  LINE "  holder_.store(kNobody, std::memory_order_relaxed);"
+  LINE "  holder_.store(kNobody, std::memory_order_release);  // pairs with isHeldByAnother()"
   BECOMES "")
 qvr_planted_mistake(PlantedEndOfHolderUntold FOUND_BY QVRSysMutexLock/holderEnds
   IN internal/QVRNativeMutex.h COMPILED_IN ${native_mutex_users}
@@ -113,8 +113,8 @@ qvr_planted_mistake(PlantedReleaseBeforeTheQueue FOUND_BY QVRSysCondition/
   ListedWait self(waiters_, queueLock_);")
 qvr_planted_mistake(PlantedSignalDropsTheOthers FOUND_BY QVRSysCondition/signalGoesToTheLongestWaiting
   IN QVRThreadsMD.m/src/QVRSysCondition.cpp
-  LINE "  Waiter* const first = WaitList(waiters_).takeFirst();"
-  BECOMES "  Waiter* const first = WaitList(waiters_).takeAll();")
+  LINE "  return WaitList(waiters_).takeFirst();"
+  BECOMES "  return WaitList(waiters_).takeAll();")
 qvr_planted_mistake(PlantedBroadcastToOne FOUND_BY QVRSysCondition/broadcastWakesThoseThatWait
   IN QVRThreadsMD.m/src/QVRSysCondition.cpp
   LINE "  WaitList::wakeAll(first);"
@@ -197,22 +197,23 @@ set(planted_library QVRScheduledThreads)
 qvr_planted_mistake(PlantedStopNotNoticed FOUND_BY QVRSysPCQueue/
   IN include/QVRSysPCQueue.h COMPILED_IN QVRThreadsMD.m/src/QVRSysPCBuffer.cpp
   SCENARIOS QVRSysPCQueueScenarios.cpp
-  LINE "    return _isStopped() || run_ != run;"
-  BECOMES "    return _isStopped();")
+  LINE "  bool isStoppedSince(std::uint64_t begun) const noexcept { return isStopped() || run() != begun; }"
+  BECOMES "  bool isStoppedSince(std::uint64_t) const noexcept { return isStopped(); }")
 qvr_planted_mistake(PlantedItemNotSignalled FOUND_BY QVRSysPCQueue/
   IN include/QVRSysPCQueue.h COMPILED_IN QVRThreadsMD.m/src/QVRSysPCBuffer.cpp
   SCENARIOS QVRSysPCQueueScenarios.cpp
-  LINE "    itemsAvailable_.signal();
-    return true;"
-  BECOMES "    return true;")
-qvr_planted_mistake(PlantedRoomNotAwaitedAgain FOUND_BY QVRSysPCQueue/
+  LINE "      back.signal(itemsAvailable_);"
+  BECOMES "")
+qvr_planted_mistake(PlantedPutBesideTheMonitor FOUND_BY QVRSysPCQueue/
   IN include/QVRSysPCQueue.h COMPILED_IN QVRThreadsMD.m/src/QVRSysPCBuffer.cpp
   SCENARIOS QVRSysPCQueueScenarios.cpp
-  LINE "      if (!isFull()) return true;
-      roomAvailable_.wait();"
-  BECOMES "      if (!isFull()) return true;
-      roomAvailable_.wait();
-      return true;")
+  LINE "      if (Hold::isHeldByAnother(mutex()) || isStopped() || isFull()) return false;"
+  BECOMES "      if (isStopped() || isFull()) return false;")
+qvr_planted_mistake(PlantedGetBesideTheMonitor FOUND_BY QVRSysPCQueue/
+  IN include/QVRSysPCQueue.h COMPILED_IN QVRThreadsMD.m/src/QVRSysPCBuffer.cpp
+  SCENARIOS QVRSysPCQueueScenarios.cpp
+  LINE "    if (Hold::isHeldByAnother(mutex()) || isStopped() || !reachFirst()) return false;"
+  BECOMES "    if (isStopped() || !reachFirst()) return false;")
 qvr_planted_mistake(PlantedStopHoldsThePool FOUND_BY QVRSysThreadPool/
   IN QVRThreadsMD.m/src/QVRSysThreadPool.cpp
   LINE "  tasks_->stop();

@@ -1,5 +1,6 @@
 #include "QVRPoolTasks.h"
 
+#include <atomic>
 #include <utility>
 
 #include "QVRFunctor0.h"
@@ -59,20 +60,20 @@ void PoolTasks::enterLoop(PoolWorker& worker) {
   worker.thread_ = currentThreadSerial();
 }
 
+bool PoolTasks::putUnlessHeld(Task& task, const QVRSysMutexLock& poolLock) {
+  return tryForAWhile([&] { return putAtOnce(task, &poolLock); });
+}
+
 bool PoolTasks::take(Task& task, PoolWorker& worker) {
-  giveWayWhileEmpty();
+  const auto takeAtOnce = [&] { return !worker.isDismissed() && getAtOnce(task); };
+  if (tryForAWhile(takeAtOnce)) return true;
   const QVRSysLockGuard guard(monitor());
-  // Asked under the lock, which the analysis does not see.
-  const auto givesUp = [&]() QVR_NO_THREAD_SAFETY_ANALYSIS {
-    return _isStopped() || worker.isDismissed_;
-  };
-  if (!_awaitItem(givesUp)) {
-    _endLoop(worker);  // under the same hold: a restart finds it ended or going on
-    return false;
+  while (!isStopped() && !worker.isDismissed()) {
+    if (getAtOnce(task)) return true;
+    itemsAvailable_.wait();
   }
-  task = std::move(_first());
-  _removeFirst();
-  return true;
+  _endLoop(worker);  // under the same hold: a restart finds it ended or going on
+  return false;
 }
 
 void PoolTasks::endLoop(PoolWorker& worker) {
@@ -105,7 +106,7 @@ void PoolTasks::await(PoolWorker& worker, bool dismissed) {
   worker.isAwaited_ = true;
   changeMoved_.signalAll();
   if (!dismissed) return;
-  worker.isDismissed_ = true;
+  worker.isDismissed_.store(true, std::memory_order_relaxed);
   itemsAvailable_.signalAll();
 }
 

@@ -1,9 +1,11 @@
 // What the workers of a thread pool share, with each other and with whoever changes the pool.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
+#include "QVRAtomicAccess.h"
 #include "QVRCountedObject.h"
 #include "QVRCountedPointer.h"
 #include "QVRSysCondition.h"
@@ -27,12 +29,15 @@ class PoolWorker : public QVRSysRunnableFunctorBody {
 
   void internalRun();
 
+  bool isDismissed() const noexcept { return isDismissed_.load(std::memory_order_relaxed); }
+
   const QVRCountedPointer<PoolTasks> tasks_;  // may outlive the pool
 
-  // The lock of the tasks guards the rest.
+  // To end after the runnable in hand. Settled only under the lock of the tasks, which guards
+  // the rest.
+  Atomic<bool> isDismissed_ = false;
   std::uint64_t thread_ = 0;    // the serial number of the thread; 0 until it runs
   bool isLooping_ = false;      // started, and not seen to end
-  bool isDismissed_ = false;    // is to end after the runnable in hand
   bool isAwaited_ = false;      // whoever changes the pool waits for its end
   PoolWorker* next_ = nullptr;  // of those that loop
   PoolWorker* previous_ = nullptr;
@@ -55,6 +60,9 @@ class PoolTasks : public QVRCountedObject,
 
   /// Notes on which thread that is.
   void enterLoop(PoolWorker& worker);
+
+  /// Queues a runnable, if no other thread holds the pool lock or stops the pool just then.
+  bool putUnlessHeld(Task& task, const QVRSysMutexLock& poolLock);
 
   /// Waits for the first runnable. @return `false` where the pool is stopped or the worker
   ///   dismissed; its loop has ended then.

@@ -10,6 +10,7 @@
 using qvr::internal::EndableWait;
 using qvr::internal::NativeMutex;
 using qvr::internal::ShortHold;
+using qvr::internal::ShortSection;
 using qvr::internal::Waiter;
 using qvr::internal::WaitList;
 
@@ -46,15 +47,9 @@ class ListedWait final : public EndableWait {
 
 void QVRSysCondition::signal() {
   if (WaitList(waiters_).isEmpty()) return;
-  ShortHold hold(queueLock_);
-  Waiter* const first = WaitList(waiters_).takeFirst();
-  hold.release();
-  if (first == nullptr) return;
-  if (NativeMutex::isHeldByCaller(lock_.native_)) {
-    first->wakeBehindMutex();
-  } else {
-    first->wake();
-  }
+  const ShortSection section;  // until the thread that is taken off is awake
+  Waiter* const first = takeFirst();
+  if (first != nullptr) wake(*first, isLockHeldByCaller());
 }
 
 void QVRSysCondition::signalAll() {
@@ -73,3 +68,21 @@ void QVRSysCondition::wait() {
 }
 
 QVRSysIMutexLock* QVRSysCondition::getLock() const { return &lock_; }
+
+Waiter* QVRSysCondition::takeFirst() noexcept {
+  if (WaitList(waiters_).isEmpty()) return nullptr;
+  const ShortHold hold(queueLock_);
+  return WaitList(waiters_).takeFirst();
+}
+
+void QVRSysCondition::wake(Waiter& waiter, bool isBehindMutex) noexcept {
+  if (isBehindMutex) {
+    waiter.wakeBehindMutex();
+  } else {
+    waiter.wake();
+  }
+}
+
+bool QVRSysCondition::isLockHeldByCaller() const noexcept {
+  return NativeMutex::isHeldByCaller(lock_.native_);
+}

@@ -16,13 +16,12 @@ std::size_t QVRSysPCBuffer::getCapacity() const {
 
 void QVRSysPCBuffer::setCapacity(std::size_t capacity) {
   const QVRSysLockGuard guard(monitor());
-  capacity_ = capacity;
+  // As capacityNow() reads it.
+  qvr::internal::AtomicRef<std::size_t>(capacity_).store(capacity, std::memory_order_relaxed);
 }
 
-void QVRSysPCBuffer::giveWayWhile(const qvr::internal::Atomic<std::size_t>& count,
-                                  std::size_t was) noexcept {
-  using qvr::internal::kYieldsBeforeSleep;
-  for (int i = 0; i < kYieldsBeforeSleep && count.load(std::memory_order_relaxed) == was; ++i) {
-    qvr::internal::yield();
-  }
+bool QVRSysPCBuffer::giveWay(int time) noexcept {
+  if (time >= qvr::internal::kYieldsBeforeSleep) return false;
+  qvr::internal::yield();
+  return true;
 }

@@ -72,6 +72,7 @@ bool QVRSysThreadPool::stopWorkers() {
 
 bool QVRSysThreadPool::enqueue(QVRCountedPointer<QVRSysIRunnableBody> runnable) {
   if (!runnable) return false;
+  if (tasks_->putUnlessHeld(runnable, mutex())) return true;
   const QVRSysLockGuard guard(monitor());
   return tasks_->put(std::move(runnable));
 }
