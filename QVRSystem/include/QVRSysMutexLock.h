@@ -60,7 +60,7 @@ class QVRSYSTEM_API QVRSysMutexLock : public QVRSysIMutexLock {
 
  private:
   friend class qvr::internal::BufferEndHold;  // asks who holds it
-  friend class QVRSysCondition;  // gives back one hold and takes it again, silently
+  friend class QVRSysCondition;               // gives back one hold and takes it again, silently
 
   mutable qvr::internal::NativeMutex* native_ = nullptr;  // owned; null once closed
 };
