@@ -8,13 +8,13 @@
 #include <map>
 #include <ostream>
 #include <sstream>
-#include <streambuf>
 #include <string>
 #include <type_traits>
 #include <vector>
 
 #include "QVRCountedObject.h"
 #include "support/AllocationRefuser.h"
+#include "support/FlushedBuffer.h"
 
 struct QVRClassInfoTestAccess {
   static std::string filter(const char* name) { return QVRClassInfo::FilterClassName(name); }
@@ -296,13 +296,6 @@ TEST(QVRClassInfoTest, DescriptionIsDecimalWhateverTheStreamSays) {
             "    Base 1        = (anonymousnamespace)::A\n"
             "    Base 2        = (anonymousnamespace)::A\n");
 }
-
-/// Counts how often it is flushed; holds nothing.
-struct FlushedBuffer : std::streambuf {
-  int overflow(int c) override { return c; }
-  int sync() override { return ++flushes, 0; }
-  int flushes = 0;
-};
 
 TEST(QVRClassInfoTest, DescriptionFlushesEachLineAndGivesTheStream) {
   FlushedBuffer buffer;

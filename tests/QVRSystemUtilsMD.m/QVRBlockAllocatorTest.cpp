@@ -9,6 +9,7 @@
 #include <latch>
 #include <locale>
 #include <memory>
+#include <ostream>
 #include <random>
 #include <sstream>
 #include <string>
@@ -20,6 +21,7 @@
 #include "QVRAssert.h"
 #include "support/AddressSanitizer.h"
 #include "support/AssertRecorder.h"
+#include "support/FlushedBuffer.h"
 #include "support/TestSeed.h"
 
 #if defined(QVR_TEST_SANITIZES_ADDRESSES)
@@ -268,6 +270,17 @@ TEST(QVRBlockAllocatorTest, DumpIsDecimalWhateverTheStreamSays) {
   allocator.dump(out);
 
   EXPECT_EQ(out.str(), expected.str());
+}
+
+TEST(QVRBlockAllocatorTest, DumpFlushesEachLine) {
+  QVRBlockAllocator allocator(16);
+  allocateMany(allocator, 256);
+  FlushedBuffer buffer;
+  std::ostream out(&buffer);
+
+  allocator.dump(out);
+
+  EXPECT_EQ(buffer.flushes, 3);
 }
 
 TEST(QVRBlockAllocatorTest, NullIsIgnored) {

@@ -203,6 +203,15 @@ TEST(RangeMapTest, NearRangesShareTheGroupsTheyNeed) {
   EXPECT_EQ(map.groupsFor(3), 3u);
 }
 
+TEST(RangeMapTest, ClearedMapCountsTheGroupsItNeedsAnew) {
+  RangeMap map(16, 2);
+  map.insert(at(0x1000), 0);
+
+  map.clear();
+
+  EXPECT_EQ(map.groupsFor(1), 2u);
+}
+
 TEST(SegmentIndexTest, ThatIsFullWantsTwiceItsCapacity) {
   SegmentIndex index(256, {1, 2});
   const SegmentIndex::Capacity own = index.capacity();

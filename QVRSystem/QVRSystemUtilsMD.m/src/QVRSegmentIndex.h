@@ -101,11 +101,11 @@ class RangeMap {
   /// How many groups there is room for.
   std::size_t capacity() const noexcept { return groups_.capacity(); }
 
-  /// How many groups so many ranges may need: these and any others. @throws std::bad_alloc
-  ///   where they cannot be numbered.
+  /// How many groups so many ranges may need, these and any others. Not fewer than there are.
+  /// @throws std::bad_alloc where they cannot be numbered.
   std::size_t groupsFor(std::size_t count) const {
     if (count >= kNone) throw std::bad_alloc();
-    return groups_.size() + kMostGroups * (count - std::min(count, count_));
+    return groups_.size() + kMostGroups * (count - count_);
   }
 
   /// Needs room for the groups of one more.
