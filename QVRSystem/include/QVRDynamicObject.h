@@ -133,6 +133,10 @@ QVRClassInfo makeClassInfo(QVRDynamicObject* (*factory)()) {
 
 }  // namespace qvr::internal
 
+/// Of a record: static objects of its module, whatever source they are in, find it made,
+/// and their destructors find it still.
+#define QVR_BEFORE_OTHER_OBJECTS_ [[gnu::init_priority(101)]]
+
 /// First in a class that derives from QVRDynamicObject: declares its record and the
 /// operations that answer from it. Members that follow are private.
 #define QVR_DECLARE_DYNAMIC_CLASS(Class)                                                  \
@@ -191,5 +195,5 @@ QVRClassInfo makeClassInfo(QVRDynamicObject* (*factory)()) {
   bool Class::isDerivedFrom(const ::QVRClassInfo& info) const {                   \
     return ClassInfo_.isDerivedFrom(info);                                        \
   }                                                                               \
-  const ::QVRClassInfo Class::ClassInfo_ =                                        \
+  QVR_BEFORE_OTHER_OBJECTS_ const ::QVRClassInfo Class::ClassInfo_ =              \
       ::qvr::internal::makeClassInfo<Class __VA_OPT__(, ) __VA_ARGS__>(factory)

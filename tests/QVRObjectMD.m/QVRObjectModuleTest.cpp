@@ -112,6 +112,14 @@ TEST_F(QVRObjectModuleTest, RecordOfTheModuleMakesItsObjects) {
   EXPECT_TRUE(ask("isCounted", gauge.get()));
 }
 
+TEST_F(QVRObjectModuleTest, RecordsServeTheStaticObjectsOfTheModule) {
+  const auto* const made = call<const QVRDynamicObject*>("gaugeMadeAtStart");
+
+  EXPECT_STREQ(call<const char*>("gaugeNameAtStart"), "module::Gauge");
+  ASSERT_NE(made, nullptr);
+  EXPECT_TRUE(ask("isGauge", made));
+}
+
 TEST_F(QVRObjectModuleTest, ModuleKnowsOurObjects) {
   const CountedPointer ours = make(QVRCountedObject::ClassInfo());
 

@@ -2,7 +2,7 @@
 
 #include "QVRPoolAllocator.h"
 
-const QVRClassInfo QVRDynamicObject::ClassInfo_ =
+QVR_BEFORE_OTHER_OBJECTS_ const QVRClassInfo QVRDynamicObject::ClassInfo_ =
     qvr::internal::makeClassInfo<QVRDynamicObject>(&QVRDynamicObject::_CreateObject);
 
 const QVRClassInfo& QVRDynamicObject::ClassInfo() noexcept { return ClassInfo_; }
