@@ -17,7 +17,6 @@ find "$work/build" -name '*.cmake' -exec sed -i "s,$build,$work/build,g" {} +
 chown -R nobody:nogroup "$work"
 cd "$work"
 setpriv --reuid=nobody --regid=nogroup --clear-groups --inh-caps=-all \
-  env HOME="$work" TMPDIR="$work/tmp" \
-  LD_LIBRARY_PATH="$work/build/QVRSystem:$work/build/QVRBuild:$work/build/ZELKernel" \
+  env HOME="$work" TMPDIR="$work/tmp" LD_LIBRARY_PATH="$work/build/lib" \
   ctest --test-dir build --parallel "$(nproc)" --label-exclude check --output-on-failure \
   --exclude-regex '^Shared[.]' --no-tests=error

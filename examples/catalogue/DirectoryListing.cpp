@@ -26,7 +26,7 @@ Kind kindOfMode(mode_t mode) {
 }
 
 Kind kindOf(const dirent& entry, DIR* directory) {
-  if (entry.d_type != DT_UNKNOWN) return kindOfMode(DTTOIF(entry.d_type));
+  if (entry.d_type != DT_UNKNOWN) return kindOfMode(static_cast<mode_t>(DTTOIF(entry.d_type)));
   struct stat status {};
   const bool isTold = fstatat(dirfd(directory), entry.d_name, &status, AT_SYMLINK_NOFOLLOW) == 0;
   return isTold ? kindOfMode(status.st_mode) : Kind::Unknown;
