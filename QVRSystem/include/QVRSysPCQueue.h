@@ -141,17 +141,20 @@ class QVRSysPCQueue : public QVRSysPCBuffer {
  protected:
   // What a put or get that does not wait does; for derived classes with more to do.
 
-  /// Puts the item, which must be one whose moves do not throw, if there is room.
+  /// Puts the item if there is room. Like the next for items whose moves do not throw.
   /// @param outer a lock to hold before this queue's own.
   /// @return whether it did: not where the queue is stopped or another thread holds a lock
   ///   either.
   /// @throws std::bad_alloc
   bool putAtOnce(T& item, const QVRSysMutexLock* outer = nullptr) {
+    static_assert(kMovesSafely);
     return tryPut(std::move(item), outer);
   }
 
-  /// Gets the first item, if there is one, as putAtOnce() puts.
+  /// Gets the first item, if there is one, as putAtOnce() puts; what it replaces goes under the
+  /// lock of an end.
   bool getAtOnce(T& item) {
+    static_assert(kMovesSafely);
     return tryGet([&](T& first) { item = std::move(first); });
   }
 

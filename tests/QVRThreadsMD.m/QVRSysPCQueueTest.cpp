@@ -33,6 +33,11 @@ class TestedQueue : public QVRSysPCQueue<T> {
   using QVRSysPCQueue<T>::QVRSysPCQueue;
   using QVRSysMonitor::acquire;
   using QVRSysMonitor::monitor;
+
+  void awaitEmpty() {
+    const QVRSysLockGuard guard(monitor());
+    while (this->count() != 0) this->roomAvailable_.wait();
+  }
 };
 
 template <class T>
@@ -327,6 +332,22 @@ TEST_F(QVRSysPCQueueTest, WhoHoldsTheLockKeepsThoseOutWhoGet) {
   }
   other.finish();
   EXPECT_EQ(item, 1);
+}
+
+TEST_F(QVRSysPCQueueTest, EachGetTellsWhoeverWaitsForRoom) {
+  TestedQueue<int> queue;
+  CommandedThread waiter;
+  int item = 0;
+  queue.put(1);
+  queue.put(2);
+  waiter.start([&] { queue.awaitEmpty(); });
+  EXPECT_TRUE(waiter.sleeps());
+
+  queue.get(item);
+  EXPECT_TRUE(waiter.sleeps());
+  queue.get(item);
+
+  waiter.finish();
 }
 
 TEST_F(QVRSysPCQueueTest, TheEndOfAThreadThatHeldTheLockIsReportedOnce) {

@@ -17,6 +17,11 @@ struct Queue : QVRSysPCQueue<int> {
   using QVRSysPCQueue<int>::QVRSysPCQueue;
   ~Queue() noexcept override = default;  // as an object of a trial
   using QVRSysMonitor::monitor;
+
+  void awaitEmpty() {
+    const QVRSysLockGuard guard(monitor());
+    while (count() != 0) roomAvailable_.wait();
+  }
 };
 
 /// What came of the items.
@@ -127,6 +132,21 @@ const Scenario restarted("QVRSysPCQueue/aRestartLeavesNobodyFromBeforeTheStop", 
     shared.queue.restart();
   });
   trial.atEnd([&returned] { require(returned == 2, "somebody waits"); });
+});
+
+// What a derived class waits for.
+const Scenario emptied("QVRSysPCQueue/eachGetTellsWhoeverWaitsForRoom", [](Trial& trial) {
+  const Shared shared = share(trial, 0);
+  trial.thread("awaits", [shared] {
+    putOne(shared.queue, shared.outcome, 1);
+    shared.queue.awaitEmpty();
+  });
+  trial.thread("consumer", [shared] { getOne(shared.queue, shared.outcome); });
+  trial.thread("looks", [shared] {
+    const QVRSysLockGuard guard(shared.queue.monitor());
+    const std::size_t count = shared.queue.count();
+    require(shared.queue.count() == count, "changes while the lock is held");
+  });
 });
 
 const Scenario cleared("QVRSysPCQueue/clearMakesRoom", [](Trial& trial) {
