@@ -49,6 +49,16 @@ class LargeStack {
   pthread_attr_t attributes_;
 };
 
+/// A call of the kernel that leaves errno alone: locks are taken, and memory is given back,
+/// between a call of somebody's that failed and the look at its error.
+template <class... Arguments>
+int callBeneathLocks(long number, Arguments... arguments) noexcept {
+  const int before = errno;
+  const int error = syscall(number, arguments...) < 0 ? errno : 0;
+  errno = before;
+  return error;
+}
+
 }  // namespace
 
 int threadId(std::uint32_t& id) noexcept {
@@ -104,20 +114,19 @@ int nap(std::uint64_t nanoseconds) noexcept {
 int yield() noexcept { return sched_yield() == 0 ? 0 : errno; }
 
 int waitWhile(std::uint32_t& word, std::uint32_t expected) noexcept {
-  const long result = syscall(SYS_futex, &word, FUTEX_WAIT_PRIVATE, expected, nullptr);
-  return result == 0 ? 0 : errno;
+  return callBeneathLocks(SYS_futex, &word, FUTEX_WAIT_PRIVATE, expected, nullptr);
 }
 
 int wake(std::uint32_t* word, int count) noexcept {
-  return syscall(SYS_futex, word, FUTEX_WAKE_PRIVATE, count) >= 0 ? 0 : errno;
+  return callBeneathLocks(SYS_futex, word, FUTEX_WAKE_PRIVATE, count);
 }
 
 int prepareBarrierOfAllThreads() noexcept {
-  return syscall(SYS_membarrier, MEMBARRIER_CMD_REGISTER_PRIVATE_EXPEDITED, 0) == 0 ? 0 : errno;
+  return callBeneathLocks(SYS_membarrier, MEMBARRIER_CMD_REGISTER_PRIVATE_EXPEDITED, 0);
 }
 
 int barrierOfAllThreads() noexcept {
-  return syscall(SYS_membarrier, MEMBARRIER_CMD_PRIVATE_EXPEDITED, 0) == 0 ? 0 : errno;
+  return callBeneathLocks(SYS_membarrier, MEMBARRIER_CMD_PRIVATE_EXPEDITED, 0);
 }
 
 int holdCancellation(int& before) noexcept {
