@@ -31,6 +31,7 @@ static_assert(!std::is_nothrow_move_assignable_v<ThreadPointer>);
 static_assert(!std::is_copy_constructible_v<QVRSysThreadBody> &&
               !std::is_copy_assignable_v<QVRSysThreadBody>);
 
+// Those that tests ask for are high: an ordinary user cannot lower that of the tests.
 int niceValueOf(const QVRSysThreadId& id) {
   errno = 0;
   return getpriority(PRIO_PROCESS, static_cast<id_t>(id.hash()));
@@ -309,10 +310,10 @@ TEST(QVRSysThreadBodyTest, ThreadWithoutRunnableEndsAtOnce) {
 TEST(QVRSysThreadBodyTest, PriorityIsTheNegativeNiceValue) {
   WaitingThread thread;
   QVRSysThreadAttribute attribute;
-  attribute.setPriority(-4);
+  attribute.setPriority(-14);
   thread.body->setAttribute(attribute);
   thread.body->start();
-  EXPECT_EQ(niceValueOf(thread.body->getThreadId()), 4);
+  EXPECT_EQ(niceValueOf(thread.body->getThreadId()), 14);
 
   thread.body->setPriority(-15);
 
@@ -324,12 +325,12 @@ TEST(QVRSysThreadBodyTest, PriorityIsTheNegativeNiceValue) {
 
 TEST(QVRSysThreadBodyTest, PriorityOfAnIdleBodyIsForItsNextThread) {
   WaitingThread thread;
-  thread.body->setPriority(-6);
-  EXPECT_EQ(thread.body->getPriority(), -6);
+  thread.body->setPriority(-14);
+  EXPECT_EQ(thread.body->getPriority(), -14);
 
   thread.body->start();
 
-  EXPECT_EQ(niceValueOf(thread.body->getThreadId()), 6);
+  EXPECT_EQ(niceValueOf(thread.body->getThreadId()), 14);
   thread.mayEnd.set();
   EXPECT_TRUE(thread.body->join());
 }
@@ -337,12 +338,12 @@ TEST(QVRSysThreadBodyTest, PriorityOfAnIdleBodyIsForItsNextThread) {
 TEST(QVRSysThreadBodyTest, ThreadOfPriorityZeroInheritsItsNiceValue) {
   std::thread([] {
     const auto self = static_cast<id_t>(QVRSysGetThreadId().hash());
-    ASSERT_EQ(setpriority(PRIO_PROCESS, self, 5), 0);
+    ASSERT_EQ(setpriority(PRIO_PROCESS, self, 14), 0);
     WaitingThread thread;
 
     thread.body->start();
 
-    EXPECT_EQ(niceValueOf(thread.body->getThreadId()), 5);
+    EXPECT_EQ(niceValueOf(thread.body->getThreadId()), 14);
     thread.mayEnd.set();
     EXPECT_TRUE(thread.body->join());
   }).join();
