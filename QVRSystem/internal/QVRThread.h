@@ -104,12 +104,12 @@ class Thread {
 
   // The word: the suspend count, and marks.
   static constexpr std::uint32_t kCount = 0x00FFFFFF;
-  static constexpr std::uint32_t kStanding = 1u << 24;   // does nothing before the count is 0
-  static constexpr std::uint32_t kCancelled = 1u << 25;  // is to end
-  static constexpr std::uint32_t kEnded = 1u << 26;      // takes no requests any more
-  static constexpr std::uint32_t kLetGo = 1u << 27;      // has nobody to free it
-  static constexpr std::uint32_t kFreesItself = 1u << 28;
-  static constexpr std::uint32_t kLeft = 1u << 29;  // so one does not need this object any more
+  static constexpr std::uint32_t kStanding = 1u << 24;     // does nothing before the count is 0
+  static constexpr std::uint32_t kCancelled = 1u << 25;    // is to end
+  static constexpr std::uint32_t kEnded = 1u << 26;        // takes no requests any more
+  static constexpr std::uint32_t kLetGo = 1u << 27;        // has nobody to free it
+  static constexpr std::uint32_t kFreesItself = 1u << 28;  // has ended and is not to be joined
+  static constexpr std::uint32_t kLeft = 1u << 29;         // and does not use this object any more
 
   ~Thread() = default;
 

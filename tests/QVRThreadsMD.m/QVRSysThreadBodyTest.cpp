@@ -219,8 +219,14 @@ TEST(QVRSysThreadBodyTest, ThreadThatIsNotJoinableGivesItsStackBackThoughItsBody
   std::vector<ThreadPointer> bodies;
   std::vector<void*> stacks(3);
   for (void*& stack : stacks) {
-    bodies.push_back(makeThread([&] { stack = stackAddress(); }, attribute));
+    Event noted;
+    const auto note = [&] {
+      stack = stackAddress();
+      noted.set();
+    };
+    bodies.push_back(makeThread(note, attribute));
     bodies.back()->start();
+    noted.wait();
     awaitEnd(bodies.back()->getThreadId());
   }
 
