@@ -46,8 +46,11 @@ void giveBiasedThreadBack() noexcept {
 // Some of them may have been about to look whether their biases hold.
 void forgetOtherBiasedThreads() noexcept {
   for (BiasedThread& thread : biasedThreads) {
-    if (&thread == threadState.biasedThread || thread.isTaken == 0) continue;
-    thread.turns += thread.turns % 2;
+    const bool isTaken = AtomicWord(thread.isTaken).load(std::memory_order_relaxed) != 0;
+    if (&thread == threadState.biasedThread || !isTaken) continue;
+    const AtomicWord turns(thread.turns);
+    const std::uint32_t seen = turns.load(std::memory_order_relaxed);
+    turns.store(seen + seen % 2, std::memory_order_relaxed);
     giveBack(thread);
   }
 }
