@@ -35,11 +35,13 @@ Kind kindOf(const dirent& entry, DIR* directory) {
 bool isDots(std::string_view name) { return name == "." || name == ".."; }
 
 bool hasPercentPair(std::string_view path) {
-  const auto first = path.find('%');
-  if (first == path.npos) return false;
-  const auto next = path.find_first_of("%/", first + 1);
-  if (next == path.npos) return false;
-  return path[next] == '%' || hasPercentPair(path.substr(next));
+  for (auto sign = path.find('%'); sign != path.npos;) {
+    const auto next = path.find_first_of("%/", sign + 1);
+    if (next == path.npos) return false;
+    if (path[next] == '%') return true;
+    sign = path.find('%', next);
+  }
+  return false;
 }
 
 }  // namespace
