@@ -49,11 +49,13 @@ function(qvr_shared_library target)
     LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib INSTALL_RPATH "$ORIGIN"
     LINK_DEPENDS "${lists}")
   target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:QVRWarnings>)
-  # The system's functions are looked up when they are first called (no "-z now"): a program
-  # that calls few of them starts sooner.
+  # The system's functions, but for those that a signal handler calls, are looked up when they
+  # are first called (no "-z now"): a program that calls few of them starts sooner.
+  # Constants stand beside the code, so that a library is two mappings and not four.
   target_link_options(${target} PRIVATE
     LINKER:--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map
-    LINKER:--dynamic-list=${PROJECT_SOURCE_DIR}/cmake/exported-data.list)
+    LINKER:--dynamic-list=${PROJECT_SOURCE_DIR}/cmake/exported-data.list
+    LINKER:-z,noseparate-code)
   qvr_resolve_all_symbols(${target})
   add_library(QVRSystem::${target} ALIAS ${target})
 endfunction()
