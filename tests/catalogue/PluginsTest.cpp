@@ -12,6 +12,7 @@
 #include "QVREDoesNotExist.h"
 #include "QVREInvalidFormat.h"
 #include "QVREOpenFailed.h"
+#include "support/ScopedEnvironment.h"
 
 namespace {
 
@@ -71,9 +72,9 @@ TEST_F(PluginsTest, MissingPluginNamesItselfAndAllDirectories) {
 TEST_F(PluginsTest, NameLeadsToNoOtherPlace) {
   fs::create_directory(fs::path(directory_) / "catalogue-x");
   fs::copy_file(fs::path(kTestPlugins) / "catalogue-sum.so", fs::path(directory_) / "y.so");
-  fs::create_directory(fs::path(directory_) / "catalogue-%HOME%");
+  const ScopedEnvironment home("HOME", "x/../y");
 
-  for (const char* name : {"x/../y", "x\\..\\y"}) {
+  for (const char* name : {"x/../y", "x\\..\\y", "%HOME%"}) {
     EXPECT_NE(refusalOf<QVREDoesNotExist>(name, directory_), "nothing") << name;
   }
 }
@@ -108,16 +109,21 @@ TEST_F(PluginsTest, PluginWithoutFunctionsIsRefused) {
 
 TEST_F(PluginsTest, GivenDirectoriesComeBeforeThoseOfTheEnvironmentAndTheProgram) {
   const std::string program = fs::read_symlink("/proc/self/exe").parent_path().string();
-  setenv("QVRCataloguePlugins", "c;d", 1);
+  const ScopedEnvironment ofEnvironment("QVRCataloguePlugins", "c;d");
+
   QVROSSearchPath all = pluginDirectories("a;b");
-  unsetenv("QVRCataloguePlugins");
 
   QVROSSearchPath expected = searchPath("a;b;c;d;" + program + "/plugins");
   for (const QVROSPath& directory : expected) {
     ASSERT_EQ(*all.begin(), directory);
     all.removePath(all.begin());
   }
-  EXPECT_EQ(pluginDirectories("").begin()->getUNIXPath(), program + "/plugins");
+}
+
+TEST_F(PluginsTest, DirectoriesOfTheProgramAreThereByThemselves) {
+  const ScopedEnvironment noOthers("QVRCataloguePlugins", nullptr);
+
+  EXPECT_EQ(pluginDirectories("").begin()->getUNIXPath(), folderFromHere("plugins"));
 }
 
 }  // namespace
