@@ -12,8 +12,9 @@
 class QVRDynamicObject;
 
 /// The record of a dynamic class: its name, the size of its objects, how to make one
-/// and its direct bases. Every dynamic class has one, a static object
-/// (QVRDynamicObject.h); a record can be copied, and the copy describes the same class.
+/// and its direct bases. Every dynamic class has one, a static object that its module makes
+/// before all others and destroys after them (QVRDynamicObject.h); a record can be copied,
+/// and the copy describes the same class.
 ///
 /// Records are told apart by the types that they describe, as the run-time library
 /// tells them apart: also between modules, where classes of one full name are one

@@ -313,7 +313,7 @@ void leaveItToOthers(BiasedLockStorage& storage) {
 }
 
 TEST(QVRBiasedLockTest, OwnerAtWorkIsKeptOutWhereverItIs) {
-  constexpr int kRounds = 20'000;
+  constexpr int kRounds = 10'000;
   Counter counter;
   std::atomic<bool> stop = false;
   long additions = 0;
