@@ -451,6 +451,26 @@ class Reading(CatalogueTest):
         )
         self.assertIn("Permission denied", catalogue["unreadable"][0]["what"])
 
+    def test_what_a_failing_directory_told_before_is_read(self):
+        if is_sanitized():
+            self.skipTest("sanitizers want to be loaded first")
+        for name in (b"a", b"b/c"):
+            self.make_file(b"tree/" + name, 5)
+        shim = os.path.join(os.path.dirname(os.path.abspath(__file__)), "FailingDirectories.so")
+
+        for threads in (1, 2):
+            result = run(
+                "--format=json", f"--threads={threads}", self.tree, env={"LD_PRELOAD": shim}
+            )
+
+            catalogue = json.loads(result.stdout)
+            self.assertEqual((result.returncode, result.stderr), (1, b""))
+            self.assertEqual(catalogue["totals"]["regularFiles"], 2)
+            self.assertEqual(catalogue["totals"]["bytes"], 10)
+            directories = [self.tree.decode(), self.tree.decode() + "/b"]
+            listed = [(path, "QVREIOError") for path in directories]
+            self.assertEqual(self.unreadable(catalogue), listed)
+
     def test_given_directory_without_permission_is_counted_and_listed(self):
         os.chmod(self.tree, 0o000)
 
