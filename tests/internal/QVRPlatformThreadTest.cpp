@@ -1,10 +1,12 @@
-// What waits and barriers beneath the locks leave as it was.
+// What the locks take for granted of the system's waits and barriers.
 #include "QVRSystem/platform/QVRPlatformThread.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
 #include <cstdint>
+
+#include "support/ForkedChild.h"
 
 namespace {
 
@@ -25,6 +27,12 @@ TEST(QVRPlatformThreadTest, WakeThatFailsLeavesErrnoAlone) {
       << "no word lies there";
 
   EXPECT_EQ(errno, ENOTDIR);
+}
+
+TEST(QVRPlatformThreadTest, ChildOfAForkHasTheBarrierOfItsParent) {
+  if (qvr::platform::prepareBarrierOfAllThreads() != 0) GTEST_SKIP() << "the system has none";
+
+  EXPECT_EQ(exitStatusOfFork([] { return qvr::platform::barrierOfAllThreads(); }), 0);
 }
 
 }  // namespace
