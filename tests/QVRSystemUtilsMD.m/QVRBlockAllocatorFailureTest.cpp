@@ -189,15 +189,22 @@ TEST(QVRBlockAllocatorFailureTest, OtherThreadsMayAllocateMeanwhile) {
   }
 }
 
+/// Allocates a block, and acts once when the heap is asked meanwhile.
+template <class Action>
+void* allocateActing(QVRBlockAllocator& allocator, Action action) {
+  bool hasActed = false;
+  const AllocationObserver observer([&](std::size_t) {
+    if (!std::exchange(hasActed, true)) action();
+  });
+  return allocator.allocate();
+}
+
 /// Fetches the first block while `action` takes another one.
 /// @return both, that of the action first.
 template <class Action>
 std::pair<void*, void*> fetchBeside(QVRBlockAllocator& allocator, Action action) {
   void* first = nullptr;
-  const AllocationObserver observer([&](std::size_t) {
-    if (first == nullptr) first = action(allocator);
-  });
-  void* const second = allocator.allocate();
+  void* const second = allocateActing(allocator, [&] { first = action(allocator); });
   return {first, second};
 }
 
@@ -230,32 +237,24 @@ TEST(QVRBlockAllocatorFailureTest, SegmentOfTheSameThreadIsAnotherOne) {
 
 TEST(QVRBlockAllocatorFailureTest, SegmentOfAnotherThreadServesAllThatAskedForOne) {
   QVRBlockAllocator allocator(kBlockSize);
-  void* blocks[2] = {};
   std::latch otherAsks(1);
   std::latch bothAsk(1);
-
+  void* blockOfOther = nullptr;
   std::thread other([&] {
-    bool hasAsked = false;
-    const AllocationObserver observer([&](std::size_t) {
-      if (std::exchange(hasAsked, true)) return;
+    blockOfOther = allocateActing(allocator, [&] {
       otherAsks.count_down();
       bothAsk.wait();
     });
-    blocks[0] = allocator.allocate();
   });
   otherAsks.wait();
-  bool hasAsked = false;
-  {
-    const AllocationObserver observer([&](std::size_t) {
-      if (std::exchange(hasAsked, true)) return;
-      bothAsk.count_down();
-      other.join();
-    });
-    blocks[1] = allocator.allocate();
-  }
 
-  EXPECT_EQ(blocks[0], lastSegmentOf(dumpOf(allocator)));
-  EXPECT_EQ(blocks[1], static_cast<unsigned char*>(blocks[0]) + kBlockSize);
+  void* const block = allocateActing(allocator, [&] {
+    bothAsk.count_down();
+    other.join();
+  });
+
+  EXPECT_EQ(blockOfOther, lastSegmentOf(dumpOf(allocator)));
+  EXPECT_EQ(block, static_cast<unsigned char*>(blockOfOther) + kBlockSize);
 }
 
 TEST(QVRBlockAllocatorFailureTest, BlocksThatTheHeapFreedDoNotMakeTheSegmentNeedless) {
@@ -264,12 +263,9 @@ TEST(QVRBlockAllocatorFailureTest, BlocksThatTheHeapFreedDoNotMakeTheSegmentNeed
     for (std::size_t i = 0; i < kBlocksPerSegment; ++i) full.allocate();
   })
       .join();
-  void* block = nullptr;
   const unsigned char* const older = lastSegmentOf(dumpOf(full.allocator));
-  {
-    const AllocationObserver observer([&](std::size_t) { full.freeAll(); });
-    block = full.allocator.allocate();
-  }
+
+  void* const block = allocateActing(full.allocator, [&] { full.freeAll(); });
 
   const unsigned char* const younger = lastSegmentOf(dumpOf(full.allocator));
   EXPECT_NE(younger, older);
