@@ -60,7 +60,10 @@ class QVRSYSTEM_API QVR_SCOPED_CAPABILITY BufferEndUnderMonitor {
   BufferEndUnderMonitor& operator=(const BufferEndUnderMonitor&) = delete;
 
   static bool isHeldByAnother(const QVRSysMutexLock& /*monitor*/) noexcept { return false; }
-  static void signal(QVRSysCondition& condition) noexcept;
+  void signal(QVRSysCondition& condition) noexcept { signalled_ = &condition; }
+
+ private:
+  QVRSysCondition* signalled_ = nullptr;
 };
 
 }  // namespace qvr::internal

@@ -31,8 +31,8 @@ void BufferEndHold::signal(QVRSysCondition& condition) noexcept {
 // The analysis takes them to hold the end.
 BufferEndUnderMonitor::BufferEndUnderMonitor(BufferEnd& /*end*/) noexcept
     QVR_NO_THREAD_SAFETY_ANALYSIS {}
-BufferEndUnderMonitor::~BufferEndUnderMonitor() QVR_NO_THREAD_SAFETY_ANALYSIS = default;
-
-void BufferEndUnderMonitor::signal(QVRSysCondition& condition) noexcept { condition.signal(); }
+BufferEndUnderMonitor::~BufferEndUnderMonitor() QVR_NO_THREAD_SAFETY_ANALYSIS {
+  if (signalled_ != nullptr) signalled_->signal();
+}
 
 }  // namespace qvr::internal
